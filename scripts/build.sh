@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Configures and builds one build folder. Usage: scripts/build.sh [release|sanitize]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+flavour=${1:-release}
+jobs=${QUVO_JOBS:-2}
+case "$flavour" in
+  release)  dir=build;      args=(-DCMAKE_BUILD_TYPE=RelWithDebInfo) ;;
+  sanitize) dir=build-asan; args=(-DCMAKE_BUILD_TYPE=Debug -DQUVO_SANITIZE=ON -DQUVO_BUILD_BENCH=OFF) ;;
+  *) echo "usage: $0 [release|sanitize]" >&2; exit 2 ;;
+esac
+
+if [ ! -f "$dir/CMakeCache.txt" ]; then
+  cmake -S . -B "$dir" "${args[@]}" >/dev/null
+fi
+log="$dir/build.log"
+if ! cmake --build "$dir" -j "$jobs" >"$log" 2>&1; then
+  grep -v -E '^\[ *[0-9]+%\]' "$log" | tail -n 80 >&2
+  echo "Build failed; the full log is $log" >&2
+  exit 1
+fi

@@ -1,0 +1,154 @@
+#include "resources/TextNumber.h"
+
+#include "resources/RuntimeError.h"
+#include "support/TestHelpers.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace quvo;
+
+TEST(TextNumber, Int16AcceptsBlanksSignAndDecimals)
+{
+    EXPECT_EQ(toInt16(QStringLiteral(" 12 ")), 12);
+    EXPECT_EQ(toInt16(QStringLiteral("-7")), -7);
+    EXPECT_EQ(toInt16(QStringLiteral("+32767")), 32767);
+    EXPECT_EQ(toInt16(QStringLiteral("-32768")), -32768);
+    EXPECT_EQ(toInt16(QStringLiteral("1.5E1")), 15);
+}
+
+TEST(TextNumber, IntegerConversionRoundsHalvesToEven)
+{
+    EXPECT_EQ(toInt16(QStringLiteral("2.5")), 2);
+    EXPECT_EQ(toInt16(QStringLiteral("3.5")), 4);
+    EXPECT_EQ(toInt16(QStringLiteral("-2.5")), -2);
+    EXPECT_EQ(toInt32(QStringLiteral("0.5")), 0);
+    EXPECT_EQ(toInt32(QStringLiteral("1.5")), 2);
+}
+
+TEST(TextNumber, Int16RefusesOverflowAndNonNumbers)
+{
+    EXPECT_THROW(toInt16(QStringLiteral("32768")), RuntimeError);
+    EXPECT_THROW(toInt16(QStringLiteral("-32769")), RuntimeError);
+    EXPECT_THROW(toInt16(QStringLiteral("")), RuntimeError);
+    EXPECT_THROW(toInt16(QStringLiteral("abc")), RuntimeError);
+    EXPECT_THROW(toInt16(QStringLiteral("1,5")), RuntimeError);
+    EXPECT_THROW(toInt16(QStringLiteral("0x10")), RuntimeError);
+    EXPECT_THROW(toInt16(QStringLiteral("inf")), RuntimeError);
+    EXPECT_EQ(toInt32(QStringLiteral("40000")), 40000);
+}
+
+TEST(TextNumber, ErrorDescriptionNamesTheText)
+{
+    try {
+        toInt16(QStringLiteral("abc"));
+        FAIL() << "no error";
+    } catch (const RuntimeError& e) {
+        EXPECT_TRUE(e.description().contains(QStringLiteral("\"abc\""))) << e.description().toStdString();
+    }
+}
+
+TEST(TextNumber, SingleConversion)
+{
+    EXPECT_FLOAT_EQ(toSingle(QStringLiteral("0.001")), 0.001f);
+    EXPECT_THROW(toSingle(QStringLiteral("1e39")), RuntimeError);
+}
+
+TEST(TextNumber, Booleans)
+{
+    EXPECT_TRUE(toBoolean(QStringLiteral("True")));
+    EXPECT_TRUE(toBoolean(QStringLiteral("true")));
+    EXPECT_FALSE(toBoolean(QStringLiteral("False")));
+    EXPECT_TRUE(toBoolean(QStringLiteral("-1")));
+    EXPECT_FALSE(toBoolean(QStringLiteral("0")));
+    EXPECT_THROW(toBoolean(QStringLiteral("yes")), RuntimeError);
+    EXPECT_THROW(toBoolean(QStringLiteral("")), RuntimeError);
+    EXPECT_EQ(booleanText(true), QStringLiteral("True"));
+    EXPECT_EQ(booleanText(false), QStringLiteral("False"));
+}
+
+TEST(TextNumber, LeadingNumber)
+{
+    EXPECT_EQ(leadingNumber(QStringLiteral("00123")), 123);
+    EXPECT_EQ(leadingNumber(QStringLiteral("12abc")), 12);
+    EXPECT_EQ(leadingNumber(QStringLiteral("abc")), 0);
+    EXPECT_EQ(leadingNumber(QStringLiteral("")), 0);
+    EXPECT_EQ(leadingNumber(QStringLiteral(" 1 2")), 12);
+    EXPECT_EQ(leadingNumber(QStringLiteral("-3.5x")), -3.5);
+    EXPECT_EQ(leadingNumber(QStringLiteral("0042\xd")), 42);
+    EXPECT_EQ(leadingNumber(QStringLiteral("12e")), 12);
+}
+
+TEST(TextNumber, SignedCountText)
+{
+    EXPECT_EQ(signedCountText(20), QStringLiteral(" 20"));
+    EXPECT_EQ(signedCountText(0), QStringLiteral(" 0"));
+    EXPECT_EQ(signedCountText(-5), QStringLiteral("-5"));
+}
+
+TEST(TextNumber, FormatFixedRoundsHalfAwayFromZero)
+{
+    EXPECT_EQ(formatFixed(0.1234 * 1000, 3), QStringLiteral("123.400"));
+    EXPECT_EQ(formatFixed(0.0005, 3), QStringLiteral("0.001"));
+    EXPECT_EQ(formatFixed(-0.0005, 3), QStringLiteral("-0.001"));
+    EXPECT_EQ(formatFixed(2.675, 2), QStringLiteral("2.68"));
+    EXPECT_EQ(formatFixed(1.005, 2), QStringLiteral("1.01"));
+    EXPECT_EQ(formatFixed(0.125, 2), QStringLiteral("0.13"));
+    EXPECT_EQ(formatFixed(0, 4), QStringLiteral("0.0000"));
+    EXPECT_EQ(formatFixed(-0.00001, 3), QStringLiteral("0.000"));
+    EXPECT_EQ(formatFixed(999.9996, 3), QStringLiteral("1000.000"));
+    EXPECT_EQ(formatFixed(12345678.9, 1), QStringLiteral("12345678.9"));
+    EXPECT_EQ(formatFixed(1e20, 1), QStringLiteral("100000000000000000000.0"));
+    EXPECT_EQ(formatFixed(5.5, 0), QStringLiteral("6"));
+    EXPECT_EQ(formatFixed(0.1234, 5), QStringLiteral("0.12340"));
+}
+
+TEST(TextNumber, TwoDigits)
+{
+    EXPECT_EQ(twoDigits(7), QStringLiteral("07"));
+    EXPECT_EQ(twoDigits(0), QStringLiteral("00"));
+    EXPECT_EQ(twoDigits(59), QStringLiteral("59"));
+    EXPECT_EQ(twoDigits(123), QStringLiteral("123"));
+}
+
+TEST(TextNumber, AxisLabelsPlain)
+{
+    EXPECT_EQ(formatAxisPlain(2), QStringLiteral("2.0"));
+    EXPECT_EQ(formatAxisPlain(0.12345), QStringLiteral("0.1235"));
+    EXPECT_EQ(formatAxisPlain(2.5), QStringLiteral("2.5"));
+    EXPECT_EQ(formatAxisPlain(-1.25), QStringLiteral("-1.25"));
+    EXPECT_EQ(formatAxisPlain(10), QStringLiteral("10.0"));
+    EXPECT_EQ(formatAxisPlain(0.00001), QStringLiteral("0.0"));
+}
+
+TEST(TextNumber, AxisLabelsScientific)
+{
+    EXPECT_EQ(formatAxisScientific(0.0025), QStringLiteral("2.5E-3"));
+    EXPECT_EQ(formatAxisScientific(0.001), QStringLiteral("1.0E-3"));
+    EXPECT_EQ(formatAxisScientific(12000), QStringLiteral("1.2E4"));
+    EXPECT_EQ(formatAxisScientific(0), QStringLiteral("0.0E0"));
+    EXPECT_EQ(formatAxisScientific(-0.00412345), QStringLiteral("-4.1235E-3"));
+    EXPECT_EQ(formatAxisScientific(9.99996), QStringLiteral("1.0E1"));
+    EXPECT_EQ(formatAxisScientific(1.5e-12), QStringLiteral("1.5E-12"));
+}
+
+TEST(TextNumber, ShortestSingleText)
+{
+    EXPECT_EQ(shortestSingleText(59999.0f), QStringLiteral("59999"));
+    EXPECT_EQ(shortestSingleText(0.1f), QStringLiteral("0.1"));
+    EXPECT_EQ(shortestSingleText(-60001.0f), QStringLiteral("-60001"));
+    EXPECT_EQ(shortestSingleText(99.0f), QStringLiteral("99"));
+}
+
+TEST(TextNumber, ResultsDoNotDependOnTheLocale)
+{
+    test::LocaleGuard german("de_DE.UTF-8");
+    ASSERT_TRUE(german.active()) << "de_DE.UTF-8 locale missing; run scripts/install-deps.sh";
+    EXPECT_EQ(formatFixed(1.5, 3), QStringLiteral("1.500"));
+    EXPECT_EQ(toDouble(QStringLiteral("1.25")), 1.25);
+    EXPECT_THROW(toDouble(QStringLiteral("1,25")), RuntimeError);
+    EXPECT_EQ(formatAxisPlain(0.5), QStringLiteral("0.5"));
+    EXPECT_EQ(shortestSingleText(0.25f), QStringLiteral("0.25"));
+    EXPECT_EQ(leadingNumber(QStringLiteral("3.5")), 3.5);
+}

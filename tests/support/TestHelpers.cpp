@@ -1,0 +1,55 @@
+#include "support/TestHelpers.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QLocale>
+#include <QTimer>
+
+#include "resources/EventWait.h"
+
+#include <clocale>
+#include <sys/resource.h>
+
+namespace quvo::test {
+
+bool waitFor(const std::function<bool()>& done, std::chrono::milliseconds limit)
+{
+    QDeadlineTimer deadline(limit);
+    QTimer wake; // makes sure the loop looks at the deadline even when nothing else happens
+    wake.setSingleShot(true);
+    wake.start(limit);
+    waitUntil([&] { return done() || deadline.hasExpired(); });
+    return done();
+}
+
+LocaleGuard::LocaleGuard(const char* name)
+{
+    if (const char* current = std::setlocale(LC_ALL, nullptr))
+        m_previousC = QString::fromLatin1(current);
+    m_active = std::setlocale(LC_ALL, name) != nullptr;
+    QLocale::setDefault(QLocale(QString::fromLatin1(name).section(QLatin1Char('.'), 0, 0)));
+}
+
+LocaleGuard::~LocaleGuard()
+{
+    std::setlocale(LC_ALL, m_previousC.isEmpty() ? "C" : m_previousC.toLatin1().constData());
+    QLocale::setDefault(QLocale::c());
+}
+
+std::chrono::microseconds processCpuTime()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto toMicro = [](const timeval& t) {
+        return std::chrono::seconds(t.tv_sec) + std::chrono::microseconds(t.tv_usec);
+    };
+    return toMicro(usage.ru_utime) + toMicro(usage.ru_stime);
+}
+
+QString builtProgram(const QString& relativePath)
+{
+    return QDir(QStringLiteral(QUVO_BUILD_ROOT)).absoluteFilePath(relativePath);
+}
+
+} // namespace quvo::test

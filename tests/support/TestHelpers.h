@@ -1,0 +1,35 @@
+#pragma once
+// Small helpers for tests: waiting on a condition with a deadline (never a fixed sleep),
+// switching the C library and Qt locale for a test, and process CPU time.
+
+#include <QString>
+
+#include <chrono>
+#include <functional>
+
+namespace quvo::test {
+
+// Runs the event loop until done() holds or the time is up; true when it held.
+bool waitFor(const std::function<bool()>& done, std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+// Switches LC_ALL and QLocale's default for the lifetime of the object.
+class LocaleGuard {
+public:
+    explicit LocaleGuard(const char* name);
+    ~LocaleGuard();
+    LocaleGuard(const LocaleGuard&) = delete;
+    LocaleGuard& operator=(const LocaleGuard&) = delete;
+    bool active() const { return m_active; }
+
+private:
+    QString m_previousC;
+    bool m_active = false;
+};
+
+// CPU time used by this process so far (user + system).
+std::chrono::microseconds processCpuTime();
+
+// Absolute path of a built program next to the test executables' build tree.
+QString builtProgram(const QString& relativePath);
+
+} // namespace quvo::test
