@@ -1,0 +1,130 @@
+#pragma once
+// A simulated multimeter on a real pseudo-terminal. It answers the meter's command set the
+// way the meter does (echo, answer line with check character, CR LF), holds a LOGGING and
+// a SAVE memory, produces moving live readings, and can inject faults. The program under
+// test opens devicePath() like any serial port.
+//
+// A MeterSimulator lives in the thread that created it and is driven by that thread's event
+// loop. SimulatorThread runs one in a thread of its own, which is what the program's
+// --simulate option and most tests use.
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QThread>
+
+#include <memory>
+#include <optional>
+
+namespace quvo::sim {
+
+// One stored or live reading in the meter's fixed-column layout, without tag and check
+// character: status, sign, 6-character number field, prefix, 3-character unit.
+struct MeterValue {
+    bool overload = false;
+    QChar sign = QLatin1Char('+');
+    QString number = QStringLiteral("00.000"); // exactly 6 characters
+    QChar prefix = QLatin1Char(' ');           // n u m k M or blank
+    QString unit = QStringLiteral("VDC");      // exactly 3 characters, padded with blanks
+};
+
+struct SimulatorOptions {
+    QChar model = QLatin1Char('1');   // answer to "RM"; '0'..'5' are real models, others test the program
+    bool echo = true;                 // echo every command line before its answer
+
+    // LOGGING memory: records and their interval in seconds. Empty = generated from
+    // loggingCount (a ramp in VDC).
+    QList<MeterValue> logging;
+    int loggingCount = 10;
+    int loggingIntervalSeconds = 5;
+    // SAVE memory: slot number -> reading; absent slots answer "RS" (empty slot).
+    // Empty map and saveGenerate = true: every third slot filled.
+    QMap<int, MeterValue> save;
+    bool saveGenerate = true;
+
+    // Live readings ("RR,1"): the function shown. "cycle" walks through every function and
+    // prefix, one step per reading; otherwise one of VDC VAC V OHM F ADC AAC A Vd C Hz lx %
+    // " AC" " DC" (the unit word as the program's MODE column shows it).
+    QString function = QStringLiteral("VDC");
+    int overloadEvery = 0;            // every n-th live reading is an overload (0 = never)
+
+    // Fault injection. Rates are probabilities per character (0..1).
+    bool silent = false;              // read commands, never answer
+    QStringList silentCommands;       // no answer to commands starting with one of these
+    int answerDelayMs = 0;            // wait this long before echo + answer
+    double garbleRate = 0;            // replace an answer character by another
+    double dropRate = 0;              // leave an answer character out
+    double badCheckRate = 0;          // send a wrong check character for an answer line
+    QStringList errorCommands;        // answer "CMD,ERR" to commands starting with one of these
+    int disconnectAfter = 0;          // close the terminal after this many commands (0 = never)
+    bool pacing = false;              // 9600 baud 8N2: about 1.146 ms per character, both directions
+    unsigned seed = 1;                // random source of noise and faults
+
+    // Optional stable path: a symbolic link to the current terminal, kept across unplug/replug.
+    QString linkPath;
+};
+
+// The check character of an answer line: the low four bits of the sum of its character
+// codes, as "0".."9", "A".."F".
+QChar checkCharacter(const QString& line);
+
+// The answer line body for a reading, e.g. "RR,N,+01.234mVDC" for tag "RR".
+QString readingLine(const QString& tag, const MeterValue& value);
+
+// Reads a memory file (format in docs/metersim.md). std::nullopt and *error on failure.
+std::optional<SimulatorOptions> loadMemoryFile(const QString& path, SimulatorOptions base, QString* error);
+
+class MeterSimulator : public QObject {
+    Q_OBJECT
+public:
+    explicit MeterSimulator(SimulatorOptions options, QObject* parent = nullptr);
+    ~MeterSimulator() override;
+
+    // Creates the pseudo-terminal. False with *error when that fails.
+    bool open(QString* error = nullptr);
+    // The device path to open as a serial port (the link path when one was given).
+    QString devicePath() const;
+    // Pulls the cable: the terminal closes (and the link path disappears).
+    void unplug();
+    // Puts the cable back: a new terminal (and the link path points at it again).
+    bool replug(QString* error = nullptr);
+    bool isPlugged() const;
+
+    // Changes the behaviour from now on (thread-safe when called through SimulatorThread).
+    void setOptions(const SimulatorOptions& options);
+    SimulatorOptions options() const;
+
+    // Every command line received, without CR LF, in order.
+    QStringList commandLog() const;
+    int commandCount() const;
+
+signals:
+    void commandReceived(const QString& command);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> d;
+};
+
+// A MeterSimulator running in a thread of its own. Its accessors are thread-safe.
+class SimulatorThread {
+public:
+    explicit SimulatorThread(SimulatorOptions options);
+    ~SimulatorThread();
+    SimulatorThread(const SimulatorThread&) = delete;
+    SimulatorThread& operator=(const SimulatorThread&) = delete;
+
+    bool start(QString* error = nullptr);
+    QString devicePath() const;
+    void unplug();
+    bool replug(QString* error = nullptr);
+    void setOptions(const SimulatorOptions& options);
+    QStringList commandLog() const;
+    int commandCount() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> d;
+};
+
+} // namespace quvo::sim
