@@ -420,9 +420,11 @@ void completeCharts(const QString& path)
         zip_source_t* source = zip_source_buffer(zip, replaced.back().constData(), static_cast<zip_uint64_t>(replaced.back().size()), 0);
         if (!source || zip_file_replace(zip, index, source, 0) != 0) {
             if (source)
-                zip_source_free(source);
+                zip_source_free(source); // not taken over by the archive
             fail(QString::fromUtf8(zip_strerror(zip)));
         }
+        if (zip_set_file_compression(zip, index, ZIP_CM_DEFLATE, 6) != 0)
+            fail(QString::fromUtf8(zip_strerror(zip)));
     }
     if (zip_close(zip) != 0)
         fail(QString::fromUtf8(zip_strerror(zip)));

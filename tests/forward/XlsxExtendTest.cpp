@@ -137,6 +137,20 @@ protected:
             EXPECT_EQ(test::sheetNamed(after, name), old) << name.toStdString();
         }
         EXPECT_EQ(after[QStringLiteral("defined_names")], before[QStringLiteral("defined_names")]);
+        // The application properties list the new sheet after the other worksheets.
+        const QJsonObject appBefore = before[QStringLiteral("app")].toObject();
+        if (!appBefore.isEmpty()) {
+            QJsonArray headings = appBefore[QStringLiteral("headings")].toArray();
+            QJsonArray titles = appBefore[QStringLiteral("titles")].toArray();
+            ASSERT_EQ(headings[0].toArray()[0].toString(), QStringLiteral("Worksheets"));
+            const int sheetsBefore = headings[0].toArray()[1].toInt();
+            titles.insert(sheetsBefore, newName);
+            headings[0] = QJsonArray{QStringLiteral("Worksheets"), sheetsBefore + 1};
+            const QJsonObject appAfter = after[QStringLiteral("app")].toObject();
+            EXPECT_EQ(appAfter[QStringLiteral("headings")].toArray(), headings);
+            EXPECT_EQ(appAfter[QStringLiteral("titles")].toArray(), titles);
+            EXPECT_EQ(appAfter[QStringLiteral("size")].toInt(), titles.size());
+        }
         EXPECT_EQ(test::folderEntries(m_dir.path()), QStringList{QFileInfo(file).fileName()});
     }
 

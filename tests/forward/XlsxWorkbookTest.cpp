@@ -307,14 +307,18 @@ TEST_F(NewWorkbookTest, DesktopOpenHookRunsUnlessSwitchedOff)
     SheetSpec spec;
     spec.rows = test::realtimeRows(2);
 
-    ASSERT_TRUE(xlsx::desktopOpenSuppressed()); // the test environment sets it
+    const bool wasSet = qEnvironmentVariableIsSet("QUVOLINK_NO_DESKTOP_OPEN");
+    const QByteArray saved = qgetenv("QUVOLINK_NO_DESKTOP_OPEN");
+    qputenv("QUVOLINK_NO_DESKTOP_OPEN", "1");
+    EXPECT_TRUE(xlsx::desktopOpenSuppressed());
     forwardWhole(spec, connector);
     EXPECT_TRUE(opened.isEmpty());
 
-    const QByteArray saved = qgetenv("QUVOLINK_NO_DESKTOP_OPEN");
     qunsetenv("QUVOLINK_NO_DESKTOP_OPEN");
+    EXPECT_FALSE(xlsx::desktopOpenSuppressed());
     const QString path = forwardWhole(spec, connector);
-    qputenv("QUVOLINK_NO_DESKTOP_OPEN", saved);
+    if (wasSet)
+        qputenv("QUVOLINK_NO_DESKTOP_OPEN", saved);
     EXPECT_EQ(opened, QStringList{path});
 }
 

@@ -193,6 +193,24 @@ def describe_drawing(zf, wb, sheet_root, drawing_part):
     return charts
 
 
+def application_properties(zf):
+    """Heading pairs and titles of docProps/app.xml, or None when it has none."""
+    if "docProps/app.xml" not in zf.namelist():
+        return None
+    ep = "{http://schemas.openxmlformats.org/officeDocument/2006/extended-properties}"
+    vt = "{http://schemas.openxmlformats.org/officeDocument/2006/docPropsVTypes}"
+    root = ET.fromstring(zf.read("docProps/app.xml"))
+    pairs = root.find(ep + "HeadingPairs/" + vt + "vector")
+    titles = root.find(ep + "TitlesOfParts/" + vt + "vector")
+    if pairs is None or titles is None:
+        return None
+    variants = list(pairs)
+    headings = []
+    for i in range(0, len(variants) - 1, 2):
+        headings.append([variants[i].find(vt + "lpstr").text, int(variants[i + 1].find(vt + "i4").text)])
+    return {"headings": headings, "titles": [t.text for t in titles], "size": int(titles.get("size"))}
+
+
 def border_style(side):
     return side.style if side is not None and side.style else None
 
@@ -204,7 +222,7 @@ def describe(path):
     zf = zipfile.ZipFile(path)
     wb_root = ET.fromstring(zf.read("xl/workbook.xml"))
     wb_rels = rels_of(zf, "xl/workbook.xml")
-    out = {"sheets": [], "defined_names": sorted(dn.get("name") for dn in wb_root.findall("m:definedNames/m:definedName", NS))}
+    out = {"sheets": [], "app": application_properties(zf), "defined_names": sorted(dn.get("name") for dn in wb_root.findall("m:definedNames/m:definedName", NS))}
     for sheet in wb_root.findall("m:sheets/m:sheet", NS):
         name = sheet.get("name")
         part = wb_rels[sheet.get("{%s}id" % NS["r"])][1]
