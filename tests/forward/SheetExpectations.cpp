@@ -70,23 +70,23 @@ QStringList sheetNames(const QJsonObject& workbook)
     return names;
 }
 
-void expectForwardedSheet(const QJsonObject& sheet, const SheetSpec& spec)
+void expectForwardedSheet(const QJsonObject& sheet, const SheetContent& content)
 {
     ASSERT_FALSE(sheet.isEmpty());
     const QString sheetName = sheet.value(QStringLiteral("name")).toString();
     const QJsonObject cells = sheet.value(QStringLiteral("cells")).toObject();
-    const int n = static_cast<int>(spec.rows.size());
+    const int n = static_cast<int>(content.rows.size());
     const int lastRow = n + 4;
 
     // Title and table.
-    expectCell(cells, QStringLiteral("B2"), spec.title, false);
+    expectCell(cells, QStringLiteral("B2"), content.title, false);
     const QString medium = QStringLiteral("medium");
     const QString thin = QStringLiteral("thin");
     for (int i = 0; i <= n; ++i) {
         const int row = i + 4;
-        const TableRow data = i == 0 ? TableRow{spec.header[0], spec.header[1], spec.header[2]}
-                                     : spec.rows[static_cast<std::size_t>(i - 1)];
-        expectCell(cells, cellName("B", row), data.b, spec.saveMode && i > 0);
+        const TableRow data = i == 0 ? TableRow{content.header[0], content.header[1], content.header[2]}
+                                     : content.rows[static_cast<std::size_t>(i - 1)];
+        expectCell(cells, cellName("B", row), data.b, content.saveMode && i > 0);
         expectCell(cells, cellName("C", row), data.c, i > 0);
         expectCell(cells, cellName("D", row), data.d, false);
         const char* columns[] = {"B", "C", "D"};
@@ -118,7 +118,7 @@ void expectForwardedSheet(const QJsonObject& sheet, const SheetSpec& spec)
     const QString labels[] = {QStringLiteral("MAX"), QStringLiteral("MIN"), QStringLiteral("AVG")};
     for (int i = 0; i < 3; ++i) {
         expectCell(cells, cellName("F", 4 + i), labels[i], false);
-        expectCell(cells, cellName("G", 4 + i), spec.stats[i], false);
+        expectCell(cells, cellName("G", 4 + i), content.stats[i], false);
         EXPECT_EQ(cells.value(cellName("G", 4 + i)).toObject().value(QStringLiteral("borders")).toArray(),
                   QJsonArray({QJsonValue(), QJsonValue(), QJsonValue(), QJsonValue()}));
     }
@@ -137,11 +137,11 @@ void expectForwardedSheet(const QJsonObject& sheet, const SheetSpec& spec)
     EXPECT_EQ(from.value(QStringLiteral("row_off")).toInt(), 0);
     EXPECT_EQ(chart.value(QStringLiteral("width_emu")).toInt(), 400 * 12700);
     EXPECT_EQ(chart.value(QStringLiteral("height_emu")).toInt(), 200 * 12700);
-    if (spec.title.isEmpty()) {
+    if (content.title.isEmpty()) {
         EXPECT_TRUE(chart.value(QStringLiteral("title")).isNull());
         EXPECT_TRUE(chart.value(QStringLiteral("auto_title_deleted")).toBool());
     } else {
-        EXPECT_EQ(chart.value(QStringLiteral("title")).toString(), spec.title);
+        EXPECT_EQ(chart.value(QStringLiteral("title")).toString(), content.title);
     }
     EXPECT_FALSE(chart.value(QStringLiteral("legend")).toBool());
     EXPECT_TRUE(chart.value(QStringLiteral("category_gridlines")).toBool());
@@ -171,9 +171,9 @@ void expectForwardedSheet(const QJsonObject& sheet, const SheetSpec& spec)
     ASSERT_EQ(categories.size(), n);
     ASSERT_EQ(values.size(), n);
     for (int i = 0; i < n; ++i) {
-        const TableRow& data = spec.rows[static_cast<std::size_t>(i)];
+        const TableRow& data = content.rows[static_cast<std::size_t>(i)];
         double number = 0;
-        if (spec.saveMode)
+        if (content.saveMode)
             EXPECT_DOUBLE_EQ(categories[i].toDouble(), data.b.toDouble()) << i;
         else
             EXPECT_EQ(categories[i].toString(), asReported(data.b)) << i;

@@ -8,8 +8,8 @@
 
 namespace quvo::test {
 
-// Checks one sheet of describeWorkbook()'s result against `spec`.
-void expectForwardedSheet(const QJsonObject& sheet, const SheetSpec& spec);
+// Checks one sheet of describeWorkbook()'s result against `content`.
+void expectForwardedSheet(const QJsonObject& sheet, const SheetContent& content);
 
 // The sheet of that name in a describeWorkbook() result (empty when missing).
 QJsonObject sheetNamed(const QJsonObject& workbook, const QString& name);

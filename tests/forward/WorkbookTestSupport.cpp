@@ -36,7 +36,7 @@ QJsonObject runReader(const QStringList& arguments)
 
 } // namespace
 
-void appendRealtimeRow(ExcelWorksheet& sheet, const SheetSpec& spec, int rowCount)
+void appendRealtimeRow(ExcelWorksheet& sheet, const SheetContent& content, int rowCount)
 {
     const int row = rowCount + 4;
     if (rowCount == 1) {
@@ -45,10 +45,10 @@ void appendRealtimeRow(ExcelWorksheet& sheet, const SheetSpec& spec, int rowCoun
         for (int i = 0; i < 3; ++i) {
             auto cell = sheet.Cells(4, QString::fromLatin1(columns[i]));
             cell->setNumberFormat(xl::TextFormat);
-            cell->setValue(spec.header[i]);
+            cell->setValue(content.header[i]);
         }
     }
-    const TableRow& data = spec.rows[static_cast<std::size_t>(rowCount - 1)];
+    const TableRow& data = content.rows[static_cast<std::size_t>(rowCount - 1)];
     sheet.Cells(row, QStringLiteral("B"))->Activate();
     auto b = sheet.Cells(row, QStringLiteral("B"));
     b->setNumberFormat(xl::TextFormat);
@@ -61,12 +61,12 @@ void appendRealtimeRow(ExcelWorksheet& sheet, const SheetSpec& spec, int rowCoun
     d->setValue(data.d);
 }
 
-void writeTableFrame(ExcelWorksheet& sheet, const SheetSpec& spec, int rowCount)
+void writeTableFrame(ExcelWorksheet& sheet, const SheetContent& content, int rowCount)
 {
     const QString last = QString::number(rowCount + 4);
     auto title = sheet.Range(QStringLiteral("B2"));
     title->setNumberFormat(xl::TextFormat);
-    title->setValue(spec.title);
+    title->setValue(content.title);
     auto frame = sheet.Range(QStringLiteral("B4:D") + last);
     for (const std::int16_t edge : {xl::xlEdgeTop, xl::xlEdgeBottom, xl::xlEdgeLeft, xl::xlEdgeRight})
         frame->Borders(edge)->setWeight(xl::xlMedium);
@@ -85,7 +85,7 @@ void writeTableFrame(ExcelWorksheet& sheet, const SheetSpec& spec, int rowCount)
         label->setValue(labels[i]);
         auto value = sheet.Cells(4 + i, QStringLiteral("G"));
         value->setNumberFormat(xl::TextFormat);
-        value->setValue(spec.stats[i]);
+        value->setValue(content.stats[i]);
     }
 }
 
@@ -108,15 +108,15 @@ void addDataChart(ExcelWorksheet& sheet, const QString& title, int rowCount)
     chart->Axes(xl::xlValue)->setHasMajorGridlines(true);
 }
 
-void writeWholeDocument(ExcelWorksheet& sheet, const SheetSpec& spec)
+void writeWholeDocument(ExcelWorksheet& sheet, const SheetContent& content)
 {
-    const int n = static_cast<int>(spec.rows.size());
+    const int n = static_cast<int>(content.rows.size());
     for (int i = 0; i <= n; ++i) {
         const int row = i + 4;
-        const TableRow data = i == 0 ? TableRow{spec.header[0], spec.header[1], spec.header[2]}
-                                     : spec.rows[static_cast<std::size_t>(i - 1)];
+        const TableRow data = i == 0 ? TableRow{content.header[0], content.header[1], content.header[2]}
+                                     : content.rows[static_cast<std::size_t>(i - 1)];
         auto b = sheet.Cells(row, QStringLiteral("B"));
-        b->setNumberFormat(spec.saveMode && i > 0 ? xl::GeneralFormat : xl::TextFormat);
+        b->setNumberFormat(content.saveMode && i > 0 ? xl::GeneralFormat : xl::TextFormat);
         b->setValue(data.b);
         auto c = sheet.Cells(row, QStringLiteral("C"));
         c->setNumberFormat(i == 0 ? xl::TextFormat : xl::GeneralFormat);
@@ -125,8 +125,8 @@ void writeWholeDocument(ExcelWorksheet& sheet, const SheetSpec& spec)
         d->setNumberFormat(xl::TextFormat);
         d->setValue(data.d);
     }
-    writeTableFrame(sheet, spec, n);
-    addDataChart(sheet, spec.title, n);
+    writeTableFrame(sheet, content, n);
+    addDataChart(sheet, content.title, n);
 }
 
 QJsonObject describeWorkbook(const QString& path)

@@ -19,7 +19,7 @@ struct TableRow {
 };
 
 // What one forwarded sheet holds: title, header row, data rows, the statistics texts.
-struct SheetSpec {
+struct SheetContent {
     QString title;
     QString header[3] = {QStringLiteral("TIME"), QStringLiteral("DATA"), QStringLiteral("MODE")};
     std::vector<TableRow> rows;
@@ -31,11 +31,11 @@ struct SheetSpec {
 
 // Whole-document order: every row with its number formats, then frame and summary, then
 // the chart.
-void writeWholeDocument(ExcelWorksheet& sheet, const SheetSpec& spec);
+void writeWholeDocument(ExcelWorksheet& sheet, const SheetContent& content);
 // Realtime order: the header with the first row, the active cell following each new row;
 // frame, summary and chart at the end (only when a row arrived).
-void appendRealtimeRow(ExcelWorksheet& sheet, const SheetSpec& spec, int rowCount);
-void writeTableFrame(ExcelWorksheet& sheet, const SheetSpec& spec, int rowCount);
+void appendRealtimeRow(ExcelWorksheet& sheet, const SheetContent& content, int rowCount);
+void writeTableFrame(ExcelWorksheet& sheet, const SheetContent& content, int rowCount);
 void addDataChart(ExcelWorksheet& sheet, const QString& title, int rowCount);
 
 // The reader's verdict on a workbook (see check_workbook.py); fails the running test

@@ -24,7 +24,7 @@
 namespace quvo {
 namespace {
 
-using test::SheetSpec;
+using test::SheetContent;
 
 // A workbook as another program would leave it: two sheets (the second one named
 // "Sheet2"), strings, a custom number format, a chart and defined names.
@@ -49,9 +49,9 @@ void makeLibxlsxwriterWorkbook(const QString& path, const char* secondName = "Sh
     ASSERT_EQ(workbook_close(workbook), LXW_NO_ERROR);
 }
 
-// Forwards `spec` into the workbook file the way forwarding does: look among the open
+// Forwards `content` into the workbook file the way forwarding does: look among the open
 // workbooks by full name, else open it; add a sheet and move it behind the last one.
-QString forwardInto(XlsxConnector& connector, const QString& file, const SheetSpec& spec)
+QString forwardInto(XlsxConnector& connector, const QString& file, const SheetContent& content)
 {
     auto app = connector.CreateObject();
     app->setVisible(true);
@@ -67,7 +67,7 @@ QString forwardInto(XlsxConnector& connector, const QString& file, const SheetSp
     auto sheets = workbook->Worksheets();
     auto sheet = sheets->Add();
     sheet->Move(sheets->Item(sheets->Count()));
-    test::writeWholeDocument(*sheet, spec);
+    test::writeWholeDocument(*sheet, content);
     app->setVisible(true);
     return workbook->FullName();
 }
@@ -100,10 +100,10 @@ protected:
         ASSERT_EQ(test::sheetNames(before), namesBefore);
 
         XlsxConnector connector(settingsHere());
-        SheetSpec spec;
-        spec.title = QStringLiteral("Added <&> sheet");
-        spec.rows = test::realtimeRows(17);
-        EXPECT_EQ(forwardInto(connector, file, spec), file);
+        SheetContent content;
+        content.title = QStringLiteral("Added <&> sheet");
+        content.rows = test::realtimeRows(17);
+        EXPECT_EQ(forwardInto(connector, file, content), file);
         EXPECT_TRUE(m_failures.isEmpty()) << m_failures.join(QLatin1Char('\n')).toStdString();
         EXPECT_EQ(connector.writtenFiles(), QStringList{file});
 
@@ -128,7 +128,7 @@ protected:
         const QJsonObject after = test::describeWorkbook(file); // the reader loads it
         EXPECT_EQ(test::sheetNames(after), namesBefore + QStringList{newName});
         const QJsonObject sheet = test::sheetNamed(after, newName);
-        test::expectForwardedSheet(sheet, spec);
+        test::expectForwardedSheet(sheet, content);
         EXPECT_EQ(sheet[QStringLiteral("shared_string_cells")].toInt(), 0);
         EXPECT_FALSE(sheet[QStringLiteral("tab_selected")].toBool());
         // The sheets that were there read exactly as before, charts included.
@@ -184,7 +184,7 @@ TEST_F(ExtendWorkbookTest, ForwardingTwiceAddsTwoSheets)
     const QString file = pathOf(QStringLiteral("twice.xlsx"));
     makeLibxlsxwriterWorkbook(file);
     XlsxConnector connector(settingsHere());
-    SheetSpec first, second;
+    SheetContent first, second;
     first.title = QStringLiteral("First");
     first.rows = test::realtimeRows(4);
     second.title = QStringLiteral("Second");
@@ -354,10 +354,9 @@ protected:
         auto sheets = app->Workbooks()->Open(file)->Worksheets();
         auto sheet = sheets->Add();
         sheet->Move(sheets->Item(sheets->Count()));
-        SheetSpec spec;
-        spec.rows = test::realtimeRows(6);
-        test::writeWholeDocument(*sheet, spec);
-        const QStringList folder = test::folderEntries(m_dir.path());
+        SheetContent content;
+        content.rows = test::realtimeRows(6);
+        test::writeWholeDocument(*sheet, content);
         meanwhile(file);
         const QStringList expectedFolder = test::folderEntries(m_dir.path());
         EXPECT_THROW(app->setVisible(true), RuntimeError);
@@ -369,7 +368,6 @@ protected:
             EXPECT_EQ(test::fileBytes(file), bytes);
         EXPECT_EQ(test::folderEntries(m_dir.path()), expectedFolder);
         EXPECT_TRUE(connector.writtenFiles().isEmpty());
-        Q_UNUSED(folder);
     }
 };
 

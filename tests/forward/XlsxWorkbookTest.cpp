@@ -22,7 +22,7 @@
 namespace quvo {
 namespace {
 
-using test::SheetSpec;
+using test::SheetContent;
 using test::TableRow;
 
 class NewWorkbookTest : public ::testing::Test {
@@ -36,7 +36,7 @@ protected:
     }
 
     // Whole-document forwarding into a new workbook: hidden while written, shown at the end.
-    QString forwardWhole(const SheetSpec& spec, XlsxConnector& connector)
+    QString forwardWhole(const SheetContent& content, XlsxConnector& connector)
     {
         const QStringList filesBefore = test::folderEntries(m_dir.path());
         auto app = connector.CreateObject();
@@ -44,7 +44,7 @@ protected:
         app->setVisible(false);
         auto workbook = app->Workbooks()->Add();
         auto sheet = workbook->Worksheets()->Item(1);
-        test::writeWholeDocument(*sheet, spec);
+        test::writeWholeDocument(*sheet, content);
         EXPECT_EQ(test::folderEntries(m_dir.path()), filesBefore) << "nothing is written before the hand-back";
         app->setVisible(true);
         return workbook->FullName();
@@ -57,9 +57,9 @@ protected:
 TEST_F(NewWorkbookTest, RealtimeRecordingIsWrittenWhenTheApplicationBecomesInteractive)
 {
     XlsxConnector connector(settingsHere());
-    SheetSpec spec;
-    spec.title = QStringLiteral("Bench supply");
-    spec.rows = test::realtimeRows(23);
+    SheetContent content;
+    content.title = QStringLiteral("Bench supply");
+    content.rows = test::realtimeRows(23);
 
     EXPECT_THROW(connector.GetObject(), RuntimeError);
     auto app = connector.CreateObject();
@@ -70,10 +70,10 @@ TEST_F(NewWorkbookTest, RealtimeRecordingIsWrittenWhenTheApplicationBecomesInter
     EXPECT_EQ(workbook->FullName(), QStringLiteral("Book1"));
     EXPECT_EQ(app->Workbooks()->Count(), 1);
     auto sheet = workbook->Worksheets()->Item(1);
-    for (int count = 1; count <= static_cast<int>(spec.rows.size()); ++count)
-        test::appendRealtimeRow(*sheet, spec, count);
-    test::writeTableFrame(*sheet, spec, 23);
-    test::addDataChart(*sheet, spec.title, 23);
+    for (int count = 1; count <= static_cast<int>(content.rows.size()); ++count)
+        test::appendRealtimeRow(*sheet, content, count);
+    test::writeTableFrame(*sheet, content, 23);
+    test::addDataChart(*sheet, content.title, 23);
     EXPECT_TRUE(test::folderEntries(m_dir.path()).isEmpty());
     app->setInteractive(true);
 
@@ -89,7 +89,7 @@ TEST_F(NewWorkbookTest, RealtimeRecordingIsWrittenWhenTheApplicationBecomesInter
 
     const QJsonObject described = test::describeWorkbook(path);
     EXPECT_EQ(test::sheetNames(described), QStringList{QStringLiteral("Sheet1")});
-    test::expectForwardedSheet(test::sheetNamed(described, QStringLiteral("Sheet1")), spec);
+    test::expectForwardedSheet(test::sheetNamed(described, QStringLiteral("Sheet1")), content);
     EXPECT_TRUE(m_failures.isEmpty());
 
     // A second hand-back with nothing new writes nothing.
@@ -101,40 +101,40 @@ TEST_F(NewWorkbookTest, RealtimeRecordingIsWrittenWhenTheApplicationBecomesInter
 TEST_F(NewWorkbookTest, LoggingDocumentIsWrittenWhenTheApplicationBecomesVisible)
 {
     XlsxConnector connector(settingsHere());
-    SheetSpec spec;
-    spec.title = QStringLiteral("LOGGING-mode data");
+    SheetContent content;
+    content.title = QStringLiteral("LOGGING-mode data");
     for (int i = 0; i < 40; ++i)
-        spec.rows.push_back({QStringLiteral("00:%1:00").arg(i, 2, 10, QLatin1Char('0')),
+        content.rows.push_back({QStringLiteral("00:%1:00").arg(i, 2, 10, QLatin1Char('0')),
                              i % 7 == 3 ? QStringLiteral("-OL") : QString::number(0.125 * i - 2), QStringLiteral("OHM")});
-    const QString path = forwardWhole(spec, connector);
+    const QString path = forwardWhole(content, connector);
     const QJsonObject described = test::describeWorkbook(path);
-    test::expectForwardedSheet(test::sheetNamed(described, QStringLiteral("Sheet1")), spec);
+    test::expectForwardedSheet(test::sheetNamed(described, QStringLiteral("Sheet1")), content);
 }
 
 TEST_F(NewWorkbookTest, SaveDocumentKeepsRowNumbersAsNumbers)
 {
     XlsxConnector connector(settingsHere());
-    SheetSpec spec;
-    spec.title = QStringLiteral("SAVE-mode data");
-    spec.saveMode = true;
-    spec.header[0] = QStringLiteral("No.");
+    SheetContent content;
+    content.title = QStringLiteral("SAVE-mode data");
+    content.saveMode = true;
+    content.header[0] = QStringLiteral("No.");
     for (int i = 1; i <= 12; ++i)
-        spec.rows.push_back({QString::number(i), i == 5 ? QStringLiteral("ERROR") : QStringLiteral("1.5E%1").arg(i % 3),
+        content.rows.push_back({QString::number(i), i == 5 ? QStringLiteral("ERROR") : QStringLiteral("1.5E%1").arg(i % 3),
                              QStringLiteral("Hz")});
-    const QString path = forwardWhole(spec, connector);
+    const QString path = forwardWhole(content, connector);
     const QJsonObject described = test::describeWorkbook(path);
-    test::expectForwardedSheet(test::sheetNamed(described, QStringLiteral("Sheet1")), spec);
+    test::expectForwardedSheet(test::sheetNamed(described, QStringLiteral("Sheet1")), content);
 }
 
 TEST_F(NewWorkbookTest, OneDataRowGivesTheSmallestFrame)
 {
     XlsxConnector connector(settingsHere());
-    SheetSpec spec;
-    spec.title = QStringLiteral("One");
-    spec.rows = test::realtimeRows(1);
-    const QString path = forwardWhole(spec, connector);
+    SheetContent content;
+    content.title = QStringLiteral("One");
+    content.rows = test::realtimeRows(1);
+    const QString path = forwardWhole(content, connector);
     const QJsonObject sheet = test::sheetNamed(test::describeWorkbook(path), QStringLiteral("Sheet1"));
-    test::expectForwardedSheet(sheet, spec);
+    test::expectForwardedSheet(sheet, content);
     const QJsonObject line = sheet[QStringLiteral("charts")][0][QStringLiteral("series")][0].toObject();
     EXPECT_EQ(line[QStringLiteral("cat")].toString(), QStringLiteral("Sheet1!$B$5"));
 }
@@ -142,9 +142,9 @@ TEST_F(NewWorkbookTest, OneDataRowGivesTheSmallestFrame)
 TEST_F(NewWorkbookTest, TextsThatLookLikeFormulasStayTexts)
 {
     XlsxConnector connector(settingsHere());
-    SheetSpec spec;
-    spec.title = QStringLiteral("Specials <&>\"' here");
-    spec.rows = {
+    SheetContent content;
+    content.title = QStringLiteral("Specials <&>\"' here");
+    content.rows = {
         {QStringLiteral("=1+1"), QStringLiteral("=1+1"), QStringLiteral("=SUM(A1:A2)")},
         {QStringLiteral("@SUM(A1)"), QStringLiteral("@SUM(A1)"), QStringLiteral("VDC")},
         {QStringLiteral("+cmd|' /C calc'!A0"), QStringLiteral("+cmd|' /C calc'!A0"), QStringLiteral("VDC")},
@@ -153,36 +153,36 @@ TEST_F(NewWorkbookTest, TextsThatLookLikeFormulasStayTexts)
         {QStringLiteral("tab\there"), QStringLiteral("_x0041_"), QStringLiteral("line\nbreak")},
         {QStringLiteral("bell\u0007end"), QStringLiteral("12"), QStringLiteral("\u00b5A \u2126")},
     };
-    const QString path = forwardWhole(spec, connector);
+    const QString path = forwardWhole(content, connector);
     const QJsonObject described = test::describeWorkbook(path);
     const QJsonObject sheet = test::sheetNamed(described, QStringLiteral("Sheet1"));
     // The bell is no XML character; it is kept in the file's escape notation "_x0007_"
     // (which the reader used here reports as it stands).
-    test::expectForwardedSheet(sheet, spec);
+    test::expectForwardedSheet(sheet, content);
     EXPECT_EQ(sheet[QStringLiteral("formula_elements")].toInt(), 0);
 }
 
 TEST_F(NewWorkbookTest, TitleThatBeginsWithEqualsIsShownAsText)
 {
     XlsxConnector connector(settingsHere());
-    SheetSpec spec;
-    spec.title = QStringLiteral("=Sheet1!A1");
-    spec.rows = test::realtimeRows(3);
-    const QString path = forwardWhole(spec, connector);
+    SheetContent content;
+    content.title = QStringLiteral("=Sheet1!A1");
+    content.rows = test::realtimeRows(3);
+    const QString path = forwardWhole(content, connector);
     const QJsonObject sheet = test::sheetNamed(test::describeWorkbook(path), QStringLiteral("Sheet1"));
-    EXPECT_EQ(sheet[QStringLiteral("cells")][QStringLiteral("B2")][QStringLiteral("value")].toString(), spec.title);
-    EXPECT_EQ(sheet[QStringLiteral("charts")][0][QStringLiteral("title")].toString(), spec.title);
+    EXPECT_EQ(sheet[QStringLiteral("cells")][QStringLiteral("B2")][QStringLiteral("value")].toString(), content.title);
+    EXPECT_EQ(sheet[QStringLiteral("charts")][0][QStringLiteral("title")].toString(), content.title);
     EXPECT_EQ(sheet[QStringLiteral("formula_elements")].toInt(), 0);
 }
 
 TEST_F(NewWorkbookTest, EmptyTitleGivesAnUntitledChartAndTheProgramName)
 {
     XlsxConnector connector(settingsHere());
-    SheetSpec spec;
-    spec.rows = test::realtimeRows(4);
-    const QString path = forwardWhole(spec, connector);
+    SheetContent content;
+    content.rows = test::realtimeRows(4);
+    const QString path = forwardWhole(content, connector);
     EXPECT_TRUE(QFileInfo(path).fileName().startsWith(QStringLiteral("Quvolink ")));
-    test::expectForwardedSheet(test::sheetNamed(test::describeWorkbook(path), QStringLiteral("Sheet1")), spec);
+    test::expectForwardedSheet(test::sheetNamed(test::describeWorkbook(path), QStringLiteral("Sheet1")), content);
 }
 
 TEST_F(NewWorkbookTest, NoRowMeansNoFile)
@@ -203,12 +203,12 @@ TEST_F(NewWorkbookTest, NoRowMeansNoFile)
 TEST_F(NewWorkbookTest, ExistingFileIsNeverOverwritten)
 {
     XlsxConnector connector(settingsHere());
-    SheetSpec spec;
-    spec.title = QStringLiteral("Same/title");
-    spec.rows = test::realtimeRows(2);
-    const QString first = forwardWhole(spec, connector);
-    const QString second = forwardWhole(spec, connector);
-    const QString third = forwardWhole(spec, connector);
+    SheetContent content;
+    content.title = QStringLiteral("Same/title");
+    content.rows = test::realtimeRows(2);
+    const QString first = forwardWhole(content, connector);
+    const QString second = forwardWhole(content, connector);
+    const QString third = forwardWhole(content, connector);
     EXPECT_EQ(QFileInfo(first).fileName().left(11), QStringLiteral("Same_title "));
     EXPECT_NE(first, second);
     EXPECT_NE(second, third);
@@ -228,13 +228,13 @@ TEST_F(NewWorkbookTest, ConfiguredFileIsWrittenThere)
     settings.newWorkbookLocation = QDir(m_dir.path()).filePath(QStringLiteral("sub/out.xlsx"));
     QDir(m_dir.path()).mkdir(QStringLiteral("sub"));
     XlsxConnector connector(settings);
-    SheetSpec spec;
-    spec.title = QStringLiteral("Chosen");
-    spec.rows = test::realtimeRows(5);
-    const QString path = forwardWhole(spec, connector);
+    SheetContent content;
+    content.title = QStringLiteral("Chosen");
+    content.rows = test::realtimeRows(5);
+    const QString path = forwardWhole(content, connector);
     EXPECT_EQ(path, settings.newWorkbookLocation);
     EXPECT_EQ(test::folderEntries(QDir(m_dir.path()).filePath(QStringLiteral("sub"))), QStringList{QStringLiteral("out.xlsx")});
-    test::expectForwardedSheet(test::sheetNamed(test::describeWorkbook(path), QStringLiteral("Sheet1")), spec);
+    test::expectForwardedSheet(test::sheetNamed(test::describeWorkbook(path), QStringLiteral("Sheet1")), content);
 }
 
 TEST_F(NewWorkbookTest, FolderThatCannotBeCreatedIsReportedAndNothingIsLeft)
@@ -247,9 +247,9 @@ TEST_F(NewWorkbookTest, FolderThatCannotBeCreatedIsReportedAndNothingIsLeft)
     XlsxConnector connector(settings);
     auto app = connector.CreateObject();
     auto sheet = app->Workbooks()->Add()->Worksheets()->Item(1);
-    SheetSpec spec;
-    spec.rows = test::realtimeRows(2);
-    test::writeWholeDocument(*sheet, spec);
+    SheetContent content;
+    content.rows = test::realtimeRows(2);
+    test::writeWholeDocument(*sheet, content);
     try {
         app->setVisible(true);
         ADD_FAILURE() << "the hand-back should report the failure";
@@ -270,9 +270,9 @@ TEST_F(NewWorkbookTest, FailureJustBeforeTheFileTakesItsPlaceLeavesNothing)
     XlsxConnector connector(settings);
     auto app = connector.CreateObject();
     auto sheet = app->Workbooks()->Add()->Worksheets()->Item(1);
-    SheetSpec spec;
-    spec.rows = test::realtimeRows(2);
-    test::writeWholeDocument(*sheet, spec);
+    SheetContent content;
+    content.rows = test::realtimeRows(2);
+    test::writeWholeDocument(*sheet, content);
     EXPECT_THROW(app->setVisible(true), RuntimeError);
     EXPECT_EQ(m_failures, QStringList{QStringLiteral("The disk is full.")});
     EXPECT_TRUE(test::folderEntries(m_dir.path()).isEmpty());
@@ -281,20 +281,20 @@ TEST_F(NewWorkbookTest, FailureJustBeforeTheFileTakesItsPlaceLeavesNothing)
 TEST_F(NewWorkbookTest, ReleasedWithoutHandBackStillWritesWhatItHolds)
 {
     XlsxConnector connector(settingsHere());
-    SheetSpec spec;
-    spec.title = QStringLiteral("Interrupted");
-    spec.rows = test::realtimeRows(3);
+    SheetContent content;
+    content.title = QStringLiteral("Interrupted");
+    content.rows = test::realtimeRows(3);
     {
         auto app = connector.CreateObject();
         app->setInteractive(false);
         auto sheet = app->Workbooks()->Add()->Worksheets()->Item(1);
         for (int count = 1; count <= 3; ++count)
-            test::appendRealtimeRow(*sheet, spec, count);
+            test::appendRealtimeRow(*sheet, content, count);
     }
     const QStringList files = test::folderEntries(m_dir.path());
     ASSERT_EQ(files.size(), 1);
     const QJsonObject sheet = test::sheetNamed(test::describeWorkbook(QDir(m_dir.path()).filePath(files[0])), QStringLiteral("Sheet1"));
-    EXPECT_EQ(sheet[QStringLiteral("cells")][QStringLiteral("B7")][QStringLiteral("value")].toString(), spec.rows[2].b);
+    EXPECT_EQ(sheet[QStringLiteral("cells")][QStringLiteral("B7")][QStringLiteral("value")].toString(), content.rows[2].b);
     EXPECT_EQ(sheet[QStringLiteral("active_cell")].toString(), QStringLiteral("B7"));
 }
 
@@ -304,19 +304,19 @@ TEST_F(NewWorkbookTest, DesktopOpenHookRunsUnlessSwitchedOff)
     XlsxSettings settings = settingsHere();
     settings.openFile = [&](const QString& path) { opened.append(path); };
     XlsxConnector connector(settings);
-    SheetSpec spec;
-    spec.rows = test::realtimeRows(2);
+    SheetContent content;
+    content.rows = test::realtimeRows(2);
 
     const bool wasSet = qEnvironmentVariableIsSet("QUVOLINK_NO_DESKTOP_OPEN");
     const QByteArray saved = qgetenv("QUVOLINK_NO_DESKTOP_OPEN");
     qputenv("QUVOLINK_NO_DESKTOP_OPEN", "1");
     EXPECT_TRUE(xlsx::desktopOpenSuppressed());
-    forwardWhole(spec, connector);
+    forwardWhole(content, connector);
     EXPECT_TRUE(opened.isEmpty());
 
     qunsetenv("QUVOLINK_NO_DESKTOP_OPEN");
     EXPECT_FALSE(xlsx::desktopOpenSuppressed());
-    const QString path = forwardWhole(spec, connector);
+    const QString path = forwardWhole(content, connector);
     if (wasSet)
         qputenv("QUVOLINK_NO_DESKTOP_OPEN", saved);
     EXPECT_EQ(opened, QStringList{path});
@@ -332,15 +332,15 @@ TEST_F(NewWorkbookTest, SheetsAddedToANewWorkbookAreWrittenInTheirOrder)
     auto added = sheets->Add(); // before the active sheet, and then the active one
     EXPECT_EQ(sheets->Count(), 2);
     added->Move(sheets->Item(sheets->Count()));
-    SheetSpec spec;
-    spec.title = QStringLiteral("Second");
-    spec.rows = test::realtimeRows(3);
-    test::writeWholeDocument(*added, spec);
+    SheetContent content;
+    content.title = QStringLiteral("Second");
+    content.rows = test::realtimeRows(3);
+    test::writeWholeDocument(*added, content);
     first->Range(QStringLiteral("A1"))->setValue(QStringLiteral("first sheet"));
     app->setVisible(true);
     const QJsonObject described = test::describeWorkbook(workbook->FullName());
     EXPECT_EQ(test::sheetNames(described), (QStringList{QStringLiteral("Sheet1"), QStringLiteral("Sheet2")}));
-    test::expectForwardedSheet(test::sheetNamed(described, QStringLiteral("Sheet2")), spec);
+    test::expectForwardedSheet(test::sheetNamed(described, QStringLiteral("Sheet2")), content);
 }
 
 // --- The interface refuses what it cannot do, with a description --------------------------
