@@ -1,0 +1,40 @@
+#pragma once
+// File-system rules of the workbook writer: names of new workbooks, signs that another
+// program holds a workbook open, temporary files beside a target, and the durable
+// replace (write, sync, rename) that leaves either the old file or the new one.
+
+#include <QDateTime>
+#include <QString>
+
+namespace quvo::xlsx {
+
+// A sheet title as part of a file name: characters that file systems refuse or that
+// have a meaning in paths become "_", blanks and dots at the ends are dropped, the
+// length is limited; "Quvolink" when nothing is left.
+QString safeFileStem(const QString& title);
+
+// "<folder>/<title> 2026-11-21 14-03-05.xlsx", or with " (2)", " (3)", ... before the
+// extension when that name is taken: an existing file is never overwritten.
+QString newWorkbookPath(const QString& folder, const QString& title, const QDateTime& when);
+
+// The lock file that a spreadsheet program keeps beside a workbook it has open
+// ("~$name.xlsx" or ".~lock.name.xlsx#"), or "" when there is none.
+QString lockFileOf(const QString& workbookPath);
+
+// A new, empty file in `folder` with a hidden name derived from `baseName`; throws
+// RuntimeError when the folder does not take new files.
+QString createTemporaryBeside(const QString& folder, const QString& baseName);
+
+// Flushes a file (or a folder's entries) to the disk; throws RuntimeError on failure.
+void syncToDisk(const QString& path);
+void syncFolder(const QString& folder);
+
+// Moves `temporary` to `target`: over an existing target when `replace`, otherwise
+// failing when the target exists. Syncs the folder afterwards. Throws RuntimeError.
+void moveIntoPlace(const QString& temporary, const QString& target, bool replace);
+
+// True when the environment asks not to open finished workbooks on the desktop
+// (QUVOLINK_NO_DESKTOP_OPEN is set: tests and unattended runs).
+bool desktopOpenSuppressed();
+
+} // namespace quvo::xlsx

@@ -1,0 +1,57 @@
+#pragma once
+// Helpers of the workbook tests: a driver that fills a sheet through the workbook
+// interface in the order forwarding does (table, frame, summary, chart), and the bridge
+// to the independent reader (check_workbook.py, run with the system's Python and
+// openpyxl).
+
+#include "forward/ExcelObjects.h"
+
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+namespace quvo::test {
+
+struct TableRow {
+    QString b, c, d;
+};
+
+// What one forwarded sheet holds: title, header row, data rows, the statistics texts.
+struct SheetContent {
+    QString title;
+    QString header[3] = {QStringLiteral("TIME"), QStringLiteral("DATA"), QStringLiteral("MODE")};
+    std::vector<TableRow> rows;
+    bool saveMode = false; // column B holds row numbers, "General" on the data rows
+    QString stats[3] = {QStringLiteral("No.[ 2 ]   TIME[ 10:15:31 ]   DATA[ 2.5 ]   MODE[ VDC ]"),
+                        QStringLiteral("No.[ 1 ]   TIME[ 10:15:30 ]   DATA[ -0.5 ]   MODE[ VDC ]"),
+                        QStringLiteral("1.0000")};
+};
+
+// Whole-document order: every row with its number formats, then frame and summary, then
+// the chart.
+void writeWholeDocument(ExcelWorksheet& sheet, const SheetContent& content);
+// Realtime order: the header with the first row, the active cell following each new row;
+// frame, summary and chart at the end (only when a row arrived).
+void appendRealtimeRow(ExcelWorksheet& sheet, const SheetContent& content, int rowCount);
+void writeTableFrame(ExcelWorksheet& sheet, const SheetContent& content, int rowCount);
+void addDataChart(ExcelWorksheet& sheet, const QString& title, int rowCount);
+
+// The reader's verdict on a workbook (see check_workbook.py); fails the running test
+// and returns an empty object when the reader fails.
+QJsonObject describeWorkbook(const QString& path);
+// Every zip entry of the file with the SHA-256 of its unpacked content.
+QJsonObject workbookEntries(const QString& path);
+// Writes a workbook with the reader's own library or a damaged one ("openpyxl",
+// "strict", "doctype", "slip", "huge", "encrypted", "notworkbook", "docx").
+void makeWorkbook(const QString& kind, const QString& path);
+
+// Names of the files in a folder, hidden ones included.
+QStringList folderEntries(const QString& folder);
+QByteArray fileBytes(const QString& path);
+
+// Rows of a realtime recording with words among the readings.
+std::vector<TableRow> realtimeRows(int count);
+
+} // namespace quvo::test
