@@ -6,6 +6,8 @@
 int main(int argc, char** argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
+    // Finished workbooks are never handed to a desktop program during tests.
+    qputenv("QUVOLINK_NO_DESKTOP_OPEN", "1");
     QCoreApplication app(argc, argv);
     return RUN_ALL_TESTS();
 }
