@@ -17,13 +17,6 @@ bool allDigits(const QString& text)
         && std::all_of(text.begin(), text.end(), [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); });
 }
 
-// True when the command begins with one of the texts (empty texts match nothing).
-bool startsWithAny(const QString& command, const QStringList& starts)
-{
-    return std::any_of(starts.begin(), starts.end(),
-                       [&](const QString& s) { return !s.isEmpty() && command.startsWith(s); });
-}
-
 int largestWithDigits(int digits)
 {
     return static_cast<int>(std::pow(10, digits)) - 1;
@@ -51,6 +44,12 @@ QString readingLine(const QString& tag, const MeterValue& value)
     line += value.prefix;
     line += value.unit.leftJustified(3, QLatin1Char(' '));
     return line;
+}
+
+bool startsWithAnyOf(const QString& command, const QStringList& starts)
+{
+    return std::any_of(starts.begin(), starts.end(),
+                       [&](const QString& s) { return !s.isEmpty() && command.startsWith(s); });
 }
 
 RecordNumbering numberingFor(QChar model)
@@ -139,7 +138,7 @@ std::optional<MeterValue> MeterAnswers::saveSlot(int slot) const
 
 QString MeterAnswers::answer(const QString& command)
 {
-    if (startsWithAny(command, m_options.errorCommands))
+    if (startsWithAnyOf(command, m_options.errorCommands))
         return CommandError;
 
     if (command == QLatin1String("SC,123"))

@@ -6,6 +6,7 @@
 #include "MeterSimulator.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -23,6 +24,10 @@ struct RecordNumbering {
 };
 
 RecordNumbering numberingFor(QChar model);
+
+// True when the command begins with one of the texts (empty texts match nothing): how the
+// fault lists (silentCommands, errorCommands) pick their commands.
+bool startsWithAnyOf(const QString& command, const QStringList& starts);
 
 class MeterAnswers {
 public:

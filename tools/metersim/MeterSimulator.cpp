@@ -48,12 +48,6 @@ unsigned faultSeed(unsigned seed)
     return seed * 2654435761u + 0x5eedu;
 }
 
-bool startsWithAny(const QString& command, const QStringList& starts)
-{
-    return std::any_of(starts.begin(), starts.end(),
-                       [&](const QString& s) { return !s.isEmpty() && command.startsWith(s); });
-}
-
 QString errnoText(const char* what)
 {
     return QStringLiteral("%1: %2").arg(QString::fromLatin1(what), QString::fromLocal8Bit(std::strerror(errno)));
@@ -357,7 +351,7 @@ void MeterSimulator::Impl::handleLine(const QByteArray& raw, Clock::time_point a
     const SimulatorOptions o = current();
 
     QByteArray out;
-    const bool silent = o.silent || startsWithAny(command, o.silentCommands);
+    const bool silent = o.silent || startsWithAnyOf(command, o.silentCommands);
     if (!silent) {
         if (o.echo)
             out += raw + "\r\n";

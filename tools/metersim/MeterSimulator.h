@@ -116,7 +116,7 @@ signals:
     // What was queued for the line in answer to a command, faults included (empty when
     // the command is not answered).
     void answered(const QString& command, const QByteArray& output);
-    // The terminal was closed (unplug(), or disconnectAfter) or made anew (replug()).
+    // The terminal was made (open(), replug()) or closed (unplug(), disconnectAfter).
     void plugChanged(bool plugged);
 
 private:
