@@ -113,7 +113,7 @@ TEST(Protocol, AcceptsABareLineFeed)
     EXPECT_EQ(rig.client.received(), QByteArray("RM\r\nRM,1C\r\n"));
 }
 
-TEST(Protocol, AnswersTheSessionCommands)
+TEST(Protocol, AnswersTheStartAndEndCommands)
 {
     Rig rig{noEcho()};
     EXPECT_EQ(rig.client.ask(QStringLiteral("SC,123"), 1), QStringList{QStringLiteral("SC,OKC")});

@@ -36,8 +36,8 @@ QList<LiveRange> cycleRanges();
 QString unitWordOf(const QString& function);
 
 // A small deterministic random source: the same seed gives the same numbers on every
-// platform (std::mt19937 is fully specified; the distributions of the standard library
-// are not, so the conversion to [0, 1) is done here).
+// platform. std::mt19937 yields the same sequence everywhere, the standard library's
+// distributions do not, so the conversion to [0, 1) is done here.
 class SeededRandom {
 public:
     explicit SeededRandom(unsigned seed = 1) : m_engine(seed) {}
