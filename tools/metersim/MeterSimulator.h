@@ -8,6 +8,9 @@
 // loop. SimulatorThread runs one in a thread of its own, which is what the program's
 // --simulate option and most tests use.
 
+#include <QByteArray>
+#include <QList>
+#include <QMap>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -20,6 +23,9 @@ namespace quvo::sim {
 
 // One stored or live reading in the meter's fixed-column layout, without tag and check
 // character: status, sign, 6-character number field, prefix, 3-character unit.
+// readingLine() pads a shorter number on the left with blanks and a shorter unit on the
+// right with blanks; longer fields are sent as they are, so a test can make a malformed
+// line on purpose.
 struct MeterValue {
     bool overload = false;
     QChar sign = QLatin1Char('+');
@@ -54,9 +60,11 @@ struct SimulatorOptions {
     int answerDelayMs = 0;            // wait this long before echo + answer
     double garbleRate = 0;            // replace an answer character by another
     double dropRate = 0;              // leave an answer character out
+    bool garbleLineEnds = false;      // garbleRate and dropRate also hit the CR LF of answers
     double badCheckRate = 0;          // send a wrong check character for an answer line
     QStringList errorCommands;        // answer "CMD,ERR" to commands starting with one of these
-    int disconnectAfter = 0;          // close the terminal after this many commands (0 = never)
+    int disconnectAfter = 0;          // close the terminal after answering this many commands
+                                      // since it was plugged (0 = never)
     bool pacing = false;              // 9600 baud 8N2: about 1.146 ms per character, both directions
     unsigned seed = 1;                // random source of noise and faults
 
@@ -73,6 +81,11 @@ QString readingLine(const QString& tag, const MeterValue& value);
 
 // Reads a memory file (format in docs/metersim.md). std::nullopt and *error on failure.
 std::optional<SimulatorOptions> loadMemoryFile(const QString& path, SimulatorOptions base, QString* error);
+
+// The names SimulatorOptions::function accepts: the unit words, "AC" and "DC" as short
+// forms of " AC" and " DC", and "cycle".
+QStringList liveFunctionNames();
+bool isLiveFunction(const QString& name);
 
 class MeterSimulator : public QObject {
     Q_OBJECT
@@ -100,10 +113,27 @@ public:
 
 signals:
     void commandReceived(const QString& command);
+    // What was queued for the line in answer to a command, faults included (empty when
+    // the command is not answered).
+    void answered(const QString& command, const QByteArray& output);
+    // The terminal was made (open(), replug()) or closed (unplug(), disconnectAfter).
+    void plugChanged(bool plugged);
 
 private:
     struct Impl;
     std::unique_ptr<Impl> d;
+};
+
+// The simulator's signals, delivered in the thread that made the SimulatorThread. Each one
+// is an event in that thread's loop, so a wait there (waitFor, QSignalSpy::wait) looks at
+// its condition again whenever a command arrives.
+class SimulatorEvents : public QObject {
+    Q_OBJECT
+public:
+    using QObject::QObject;
+signals:
+    void commandReceived(const QString& command);
+    void plugChanged(bool plugged);
 };
 
 // A MeterSimulator running in a thread of its own. Its accessors are thread-safe.
@@ -118,9 +148,12 @@ public:
     QString devicePath() const;
     void unplug();
     bool replug(QString* error = nullptr);
+    bool isPlugged() const;
     void setOptions(const SimulatorOptions& options);
+    SimulatorOptions options() const;
     QStringList commandLog() const;
     int commandCount() const;
+    SimulatorEvents* events() const;
 
 private:
     struct Impl;
