@@ -57,7 +57,7 @@ Comm::Comm(Prompter* prompter, QObject* parent)
     : QObject(parent), m_prompter(prompter)
 {
     setObjectName(QStringLiteral("coComm"));
-    coComm.setObjectName(QStringLiteral("coComm"));
+    coComm.setObjectName(QStringLiteral("serialPort"));
     tmTimeout.setObjectName(QStringLiteral("tmTimeout"));
     tmTimeout.setInterval(AnswerTimeoutMs);
     tmTimeout.setSingleShot(true);

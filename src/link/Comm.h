@@ -125,8 +125,8 @@ private:
     QString readInput();
     QString notOpenText() const;
 
-    QSerialPort coComm;
-    QTimer tmTimeout;
+    QSerialPort coComm{this}; // a child named "serialPort", so tests can reach it
+    QTimer tmTimeout{this};
     Prompter* m_prompter = nullptr;
     ProgressView* m_progress = nullptr;
     QString m_commPort = QStringLiteral("1");

@@ -180,6 +180,27 @@ TEST_F(CommTest, OpensWithTheMetersLineSettingsAndNoHandshake)
     EXPECT_FALSE(comm.PortOpen());
 }
 
+TEST_F(CommTest, AModemLineRequestThePortRefusesIsNotFatal)
+{
+    // A pseudo-terminal has no modem lines: asking for one is refused as an unsupported
+    // operation, which must neither close the port nor disturb the exchange.
+    auto* port = comm.findChild<QSerialPort*>(QStringLiteral("serialPort"));
+    ASSERT_NE(port, nullptr);
+    QSignalSpy errors(port, &QSerialPort::errorOccurred);
+    port->setDataTerminalReady(true);
+    QList<QSerialPort::SerialPortError> codes;
+    for (const QList<QVariant>& e : errors)
+        codes.append(e.front().value<QSerialPort::SerialPortError>());
+    EXPECT_TRUE(codes.contains(QSerialPort::UnsupportedOperationError));
+    EXPECT_EQ(port->error(), QSerialPort::NoError); // cleared
+    EXPECT_TRUE(comm.PortOpen());
+
+    peer.setResponder([](const QByteArray& line) { return line + "\r\n" + GoodReading + "\r\n"; });
+    programState().CommState = CommStates::MonitorCommand;
+    EXPECT_TRUE(comm.SendCommand(QStringLiteral("RR,1"), 1));
+    EXPECT_EQ(programState().RecvBuffer, QString::fromLatin1(GoodReading));
+}
+
 // --- The handshake -------------------------------------------------------------------------
 
 TEST_F(CommTest, EchoAndAnswerInOneBurstLeaveTheAnswerAlone)
