@@ -249,7 +249,10 @@ TEST_F(CommTest, FiveAttemptsAgainstASilentMeterWriteTheCommandFiveTimes)
     RecordingProgress progress;
     comm.setProgressView(&progress);
     programState().CommState = CommStates::Download;
+    QElapsedTimer clock;
+    clock.start();
     EXPECT_FALSE(comm.SendCommand(QStringLiteral("RN"), 5));
+    EXPECT_GE(clock.elapsed(), 5 * 140); // each send waited its period (four would be 600 ms)
     EXPECT_TRUE(test::waitFor([&] { return peer.receivedLines().size() >= 5; }, 2s));
     EXPECT_EQ(peer.received(), QByteArray("RN\r\nRN\r\nRN\r\nRN\r\nRN\r\n"));
     EXPECT_EQ(programState().LastError, ResID(Res::TimeoutError));

@@ -84,6 +84,8 @@ TEST_P(Decoder, VerifyChecksumTable)
         {QStringLiteral("CMD,ERR") + QLatin1Char('?'), false, QStringLiteral("CMD,ERR?")},
         {z268 + QLatin1Char('8'), true, z268},
         {z269 + QLatin1Char('2'), false, z269 + QLatin1Char('2')}, // the sum overflowed
+        {QStringLiteral("\u00e44"), true, QStringLiteral("\u00e4")},   // an 8-bit code: 228 = 0xE4
+        {QStringLiteral("\u20acF"), true, QStringLiteral("\u20ac")},   // beyond 8 bits: "?" = 63 = 0x3F
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.line.left(40).toStdString());
