@@ -18,6 +18,12 @@ bool waitFor(const std::function<bool()>& done, std::chrono::milliseconds limit)
     QDeadlineTimer deadline(limit);
     QTimer wake; // makes sure the loop looks at the deadline even when nothing else happens
     wake.setSingleShot(true);
+    wake.setTimerType(Qt::PreciseTimer);
+    // A timer may fire a little before the deadline: then it is set again for the rest.
+    QObject::connect(&wake, &QTimer::timeout, [&] {
+        if (!deadline.hasExpired())
+            wake.start(std::chrono::milliseconds(qMax<qint64>(1, deadline.remainingTime())));
+    });
     wake.start(limit);
     waitUntil([&] { return done() || deadline.hasExpired(); });
     return done();

@@ -1,0 +1,294 @@
+#include "app/Settings.h"
+
+#include "resources/Constant.h"
+#include "resources/ProgramState.h"
+#include "resources/RuntimeError.h"
+#include "resources/TextNumber.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QSaveFile>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QStringList>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
+
+namespace quvo {
+
+namespace {
+
+const QString CrLf = QStringLiteral("\r\n");
+
+// The folder the per-user store is kept in instead of the platform's (tests).
+QString& storeFolderOverride()
+{
+    static QString folder;
+    return folder;
+}
+
+// Splits a text file into lines ended by CR LF, LF or CR; a last line without an end
+// counts too.
+QStringList splitLines(const QString& text)
+{
+    QStringList lines;
+    QString line;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i);
+        if (c == QLatin1Char('\r') || c == QLatin1Char('\n')) {
+            lines.append(line);
+            line.clear();
+            if (c == QLatin1Char('\r') && i + 1 < text.size() && text.at(i + 1) == QLatin1Char('\n'))
+                ++i;
+        } else {
+            line.append(c);
+        }
+    }
+    if (!line.isEmpty())
+        lines.append(line);
+    return lines;
+}
+
+std::optional<float> readSingle(QSettings& store, const QString& key, float defaultValue)
+{
+    if (!store.contains(key))
+        return defaultValue;
+    try {
+        return toSingle(store.value(key).toString());
+    } catch (const RuntimeError&) {
+        return std::nullopt; // not a number: ignored
+    }
+}
+
+} // namespace
+
+// --- Program folder and file paths ------------------------------------------------------
+
+QString chooseProgramFolder(const QString& homeVariable, const QString& executableFolder,
+                            bool executableFolderWritable, const QString& appDataFolder)
+{
+    if (!homeVariable.isEmpty())
+        return homeVariable;
+    if (executableFolderWritable)
+        return executableFolder;
+    return appDataFolder;
+}
+
+QString programFolder()
+{
+    const QString home = qEnvironmentVariable(HomeEnvVar);
+    const QString executableFolder = QCoreApplication::applicationDirPath();
+    const bool writable = !executableFolder.isEmpty() && QFileInfo(executableFolder).isWritable();
+    QString appData;
+    if (home.isEmpty() && !writable) {
+        appData = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+        if (appData.isEmpty())
+            appData = QDir::homePath();
+        QDir().mkpath(appData);
+    }
+    return chooseProgramFolder(home, executableFolder, writable, appData);
+}
+
+QString programFilePath(const QString& folder, const QString& fileName)
+{
+    if (folder.endsWith(QLatin1Char('/')) || folder.endsWith(QLatin1Char('\\')))
+        return folder + fileName;
+    return folder + QDir::separator() + fileName;
+}
+
+QString settingsFilePath(const QString& folder)
+{
+    return programFilePath(folder, SettingsFileName);
+}
+
+QString workFilePath(const QString& folder)
+{
+    return programFilePath(folder, WorkFileName);
+}
+
+void setupProgramPaths()
+{
+    const QString folder = programFolder();
+    programState().IniPath = settingsFilePath(folder);
+    programState().WorkPath = workFilePath(folder);
+}
+
+// --- The settings file --------------------------------------------------------------------
+
+void ReadSettings()
+{
+    ProgramState& s = programState();
+    QFile file(s.IniPath);
+    QStringList lines;
+    if (file.open(QIODevice::ReadOnly))
+        lines = splitLines(QString::fromUtf8(file.readAll()));
+    if (lines.size() < 3) {
+        s.PortNumber = QStringLiteral("1");
+        s.ForwardFile.clear();
+        s.ForwardTitle.clear();
+        return;
+    }
+    s.PortNumber = lines.at(0);
+    s.ForwardFile = lines.at(1);
+    s.ForwardTitle = lines.at(2);
+}
+
+bool isPortNumberOutOfRange(const QString& portNumber)
+{
+    double value = 0;
+    return parseNumber(portNumber, value) && (value < 1 || value > 16);
+}
+
+void WriteSettings()
+{
+    ProgramState& s = programState();
+    // Written beside the settings file and renamed over it once complete and on disk.
+    QSaveFile file(s.IniPath);
+    if (!file.open(QIODevice::WriteOnly))
+        return;
+    file.write((s.PortNumber + CrLf).toUtf8());
+    if (isPortNumberOutOfRange(s.PortNumber))
+        s.PortNumber = QStringLiteral("1");
+    file.write((s.ForwardFile + CrLf).toUtf8());
+    file.write((s.ForwardTitle + CrLf).toUtf8());
+    file.commit(); // a failure leaves the previous file as it was
+}
+
+// --- The per-user settings store ------------------------------------------------------------
+
+void setSettingsStoreFolder(const QString& folder)
+{
+    storeFolderOverride() = folder;
+}
+
+std::unique_ptr<QSettings> openSettingsStore()
+{
+    std::unique_ptr<QSettings> store;
+    const QString& folder = storeFolderOverride();
+    if (folder.isEmpty())
+        store = std::make_unique<QSettings>(SettingsOrganisation, AppTitle);
+    else
+        store = std::make_unique<QSettings>(
+            programFilePath(folder, SettingsOrganisation + QLatin1Char('/') + AppTitle + QStringLiteral(".ini")),
+            QSettings::IniFormat);
+    store->beginGroup(SettingsSection);
+    return store;
+}
+
+QString storedSingleText(float value)
+{
+    return shortestSingleText(value);
+}
+
+MainPlacementRecord mainPlacementToWrite(WindowState state, const Placement& current, const Placement& normal)
+{
+    const Placement& written = state == WindowState::Normal ? current : normal;
+    MainPlacementRecord record;
+    if (state == WindowState::Normal)
+        record.MainState = QStringLiteral("0");
+    else if (state == WindowState::Maximised)
+        record.MainState = QStringLiteral("2");
+    record.MainLeft = storedSingleText(written.left);
+    record.MainTop = storedSingleText(written.top);
+    record.MainWidth = storedSingleText(written.width);
+    record.MainHeight = storedSingleText(written.height);
+    return record;
+}
+
+void writeMainPlacement(const MainPlacementRecord& record)
+{
+    auto store = openSettingsStore();
+    if (record.MainState)
+        store->setValue(Keys::MainState, *record.MainState);
+    store->setValue(Keys::MainLeft, record.MainLeft);
+    store->setValue(Keys::MainTop, record.MainTop);
+    store->setValue(Keys::MainWidth, record.MainWidth);
+    store->setValue(Keys::MainHeight, record.MainHeight);
+    store->sync();
+}
+
+StoredMainPlacement readMainPlacement()
+{
+    auto store = openSettingsStore();
+    StoredMainPlacement placement;
+    placement.left = readSingle(*store, Keys::MainLeft, DefaultMainPlacement.left);
+    placement.top = readSingle(*store, Keys::MainTop, DefaultMainPlacement.top);
+    placement.width = readSingle(*store, Keys::MainWidth, DefaultMainPlacement.width);
+    placement.height = readSingle(*store, Keys::MainHeight, DefaultMainPlacement.height);
+    if (!store->contains(Keys::MainState)) {
+        placement.state = WindowState::Normal;
+    } else {
+        try {
+            const std::int16_t value = toInt16(store->value(Keys::MainState).toString());
+            if (value >= 0 && value <= 2)
+                placement.state = static_cast<WindowState>(value);
+        } catch (const RuntimeError&) {
+            // not a number: ignored
+        }
+    }
+    return placement;
+}
+
+StoredPosition readMoniterPosition()
+{
+    auto store = openSettingsStore();
+    return StoredPosition{readSingle(*store, Keys::MoniterLeft, 0), readSingle(*store, Keys::MoniterTop, 0)};
+}
+
+void writeMoniterPosition(float left, float top)
+{
+    auto store = openSettingsStore();
+    store->setValue(Keys::MoniterLeft, storedSingleText(left));
+    store->setValue(Keys::MoniterTop, storedSingleText(top));
+    store->sync();
+}
+
+// --- Single instance ----------------------------------------------------------------------
+
+namespace {
+std::unique_ptr<QLockFile>& instanceLock()
+{
+    static std::unique_ptr<QLockFile> lock;
+    return lock;
+}
+} // namespace
+
+QString singleInstanceLockPath()
+{
+    const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    if (!runtime.isEmpty() && QDir().mkpath(runtime))
+        return programFilePath(runtime, AppTitle + QStringLiteral(".lock"));
+    // The temporary folder is shared by every user: the lock names its user.
+#ifdef Q_OS_UNIX
+    const QString user = QString::number(::getuid());
+#else
+    const QString user = qEnvironmentVariable("USERNAME");
+#endif
+    return programFilePath(QDir::tempPath(), AppTitle + QLatin1Char('-') + user + QStringLiteral(".lock"));
+}
+
+bool acquireSingleInstance(const QString& lockPath)
+{
+    auto& lock = instanceLock();
+    if (lock && lock->isLocked())
+        return true;
+    lock = std::make_unique<QLockFile>(lockPath.isEmpty() ? singleInstanceLockPath() : lockPath);
+    // Never take over a lock because of its age: only a lock whose program has ended is stale.
+    lock->setStaleLockTime(0);
+    if (lock->tryLock(0))
+        return true;
+    lock.reset();
+    return false;
+}
+
+void releaseSingleInstance()
+{
+    instanceLock().reset(); // unlocks
+}
+
+} // namespace quvo

@@ -1,0 +1,124 @@
+#pragma once
+// Everything the program keeps between runs, and the check that only one copy runs:
+//
+// - the program folder, which holds the settings file QUVO.INI and the work file WORK.~~~;
+// - the settings file: three text lines (port, remembered workbook, remembered title),
+//   read once at start and written once at exit;
+// - the per-user settings store: the main window's placement and the Monitor's position,
+//   in twips, kept as the text of single-precision numbers;
+// - the single-instance lock.
+//
+// QtCore only: the main window calls these, tests drive them without a display.
+
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+class QSettings;
+
+namespace quvo {
+
+// --- Program folder and file paths ------------------------------------------------------
+
+// The folder of the settings and work files: the folder named by QUVOLINK_HOME when set;
+// else the executable's folder when it is writable (a portable install); else the per-user
+// application data folder.
+QString chooseProgramFolder(const QString& homeVariable, const QString& executableFolder,
+                            bool executableFolderWritable, const QString& appDataFolder);
+// The same for this process (the application data folder is created when it is chosen).
+QString programFolder();
+
+// A file in a folder: appended directly when the folder text already ends in a separator
+// ("C:\" or "/tmp/x/"), otherwise with one separator in between ("/tmp/x" + "/QUVO.INI").
+QString programFilePath(const QString& folder, const QString& fileName);
+QString settingsFilePath(const QString& folder); // folder + QUVO.INI
+QString workFilePath(const QString& folder);     // folder + WORK.~~~
+
+// Sets IniPath and WorkPath from the program folder.
+void setupProgramPaths();
+
+// --- The settings file --------------------------------------------------------------------
+
+// Reads IniPath's three lines into PortNumber, ForwardFile and ForwardTitle. A missing file
+// or one of fewer than three lines gives "1", "" and "" without a word. Lines may end in
+// CR LF, LF or CR.
+void ReadSettings();
+
+// Writes PortNumber, ForwardFile and ForwardTitle to IniPath, each line ended by CR LF. The
+// file is replaced whole or not at all (a crash never leaves half a file). Once the first
+// line is written, a PortNumber that is a number below 1 or above 16 is reset to "1" in
+// memory (the file keeps the text written); a device name is kept. Failures are silent.
+void WriteSettings();
+
+// True when the text is a number outside the serial port numbers 1 to 16.
+bool isPortNumberOutOfRange(const QString& portNumber);
+
+// --- The per-user settings store ------------------------------------------------------------
+
+// Points the store at a folder of its own (tests); an empty text goes back to the
+// platform's store for the user.
+void setSettingsStoreFolder(const QString& folder);
+// The store, with the group "Settings" begun.
+std::unique_ptr<QSettings> openSettingsStore();
+
+enum class WindowState : std::int16_t { Normal = 0, Minimised = 1, Maximised = 2 };
+
+// A window's placement in twips.
+struct Placement {
+    float left = 0;
+    float top = 0;
+    float width = 0;
+    float height = 0;
+    bool operator==(const Placement&) const = default;
+};
+
+// The main window's placement when nothing is stored.
+inline constexpr Placement DefaultMainPlacement{1000, 1000, 10000, 6500};
+
+// The texts written at exit. MainState is absent when the window was minimised, so the
+// state of the previous exit stays.
+struct MainPlacementRecord {
+    std::optional<QString> MainState;
+    QString MainLeft, MainTop, MainWidth, MainHeight;
+    bool operator==(const MainPlacementRecord&) const = default;
+};
+
+// What to write for the main window, by its state at exit: normal writes state "0" and the
+// current placement; maximised writes "2" and the last normal placement; minimised writes
+// the last normal placement and no state.
+MainPlacementRecord mainPlacementToWrite(WindowState state, const Placement& current, const Placement& normal);
+void writeMainPlacement(const MainPlacementRecord& record);
+
+// The stored placement. An absent value gives its default; a value that is not a number
+// (or, for the state, not 0, 1 or 2) is absent here: the window keeps what it has.
+struct StoredMainPlacement {
+    std::optional<float> left, top, width, height;
+    std::optional<WindowState> state;
+};
+StoredMainPlacement readMainPlacement();
+
+// The Monitor window's position ("MoniterLeft", "MoniterTop"; 0 when absent).
+struct StoredPosition {
+    std::optional<float> left, top;
+};
+StoredPosition readMoniterPosition();
+void writeMoniterPosition(float left, float top);
+
+// The text a single-precision value is stored as ("1000", "1234.5").
+QString storedSingleText(float value);
+
+// --- Single instance ----------------------------------------------------------------------
+
+// The lock file in the user's runtime folder (the temporary folder when there is none).
+QString singleInstanceLockPath();
+
+// Takes the lock that marks a running program; false when another running program holds it.
+// A lock left behind by a program that no longer runs is taken over. The lock is held until
+// releaseSingleInstance() or the end of the process. An empty path means
+// singleInstanceLockPath().
+bool acquireSingleInstance(const QString& lockPath = QString());
+void releaseSingleInstance();
+
+} // namespace quvo

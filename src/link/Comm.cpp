@@ -1,0 +1,406 @@
+#include "link/Comm.h"
+
+#include "resources/EventWait.h"
+#include "resources/ProgramState.h"
+#include "resources/ProgressView.h"
+#include "resources/Prompter.h"
+#include "resources/ResID.h"
+#include "resources/RuntimeError.h"
+#include "resources/TextNumber.h"
+
+#include <QFile>
+
+#ifdef Q_OS_UNIX
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <unistd.h>
+#endif
+
+namespace quvo {
+
+namespace {
+
+const QString LineEnd = QStringLiteral("\r\n");
+
+#ifdef Q_OS_UNIX
+// The reason of a failed read or write as the user should read it. A terminal whose other
+// end has gone reads as an empty end of file, which sets no error number: the port then
+// reports whatever reason was left over from an earlier call ("Resource temporarily
+// unavailable"). Such a text is replaced by what really happened.
+QString failureReason(const QString& portText, int descriptor)
+{
+    const bool leftover = portText.isEmpty() || portText == QString::fromLocal8Bit(std::strerror(EAGAIN))
+        || portText == QString::fromLocal8Bit(std::strerror(EINTR)) || portText == QString::fromLocal8Bit(std::strerror(0));
+    if (!leftover || descriptor < 0)
+        return portText;
+    pollfd p{descriptor, POLLIN, 0};
+    if (::poll(&p, 1, 0) > 0 && (p.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0)
+        return QStringLiteral("the line was hung up");
+    return portText;
+}
+#endif
+
+#ifdef Q_OS_LINUX
+// True when the device exists but this user may not read and write it.
+bool accessDenied(const QString& device)
+{
+    const QByteArray path = QFile::encodeName(device);
+    return ::access(path.constData(), F_OK) == 0 && ::access(path.constData(), R_OK | W_OK) != 0
+        && errno == EACCES;
+}
+#endif
+
+} // namespace
+
+Comm::Comm(Prompter* prompter, QObject* parent)
+    : QObject(parent), m_prompter(prompter)
+{
+    setObjectName(QStringLiteral("coComm"));
+    coComm.setObjectName(QStringLiteral("serialPort"));
+    tmTimeout.setObjectName(QStringLiteral("tmTimeout"));
+    tmTimeout.setInterval(AnswerTimeoutMs);
+    tmTimeout.setSingleShot(true);
+    tmTimeout.setTimerType(Qt::PreciseTimer); // a fresh, full period for every send
+
+    // "9600,n,8,2"; handshaking off. DTR and RTS are never touched: a pseudo-terminal or a
+    // simple adapter refuses them, and the meter does not need them.
+    coComm.setBaudRate(QSerialPort::Baud9600);
+    coComm.setParity(QSerialPort::NoParity);
+    coComm.setDataBits(QSerialPort::Data8);
+    coComm.setStopBits(QSerialPort::TwoStop);
+    coComm.setFlowControl(QSerialPort::NoFlowControl);
+    m_device = portNameFor(m_commPort);
+    coComm.setPortName(m_device);
+
+    connect(&tmTimeout, &QTimer::timeout, this, &Comm::onTimeout);
+    connect(&coComm, &QSerialPort::readyRead, this, [this] { OnComm(CommEvents::Receive); });
+    connect(&coComm, &QSerialPort::errorOccurred, this, &Comm::onErrorOccurred);
+}
+
+Comm::~Comm()
+{
+    tmTimeout.stop();
+    if (coComm.isOpen())
+        coComm.close();
+}
+
+void Comm::setPrompter(Prompter* prompter)
+{
+    m_prompter = prompter;
+}
+
+void Comm::setProgressView(ProgressView* view)
+{
+    m_progress = view;
+}
+
+void Comm::setAnswerTimeoutMs(int milliseconds)
+{
+    tmTimeout.setInterval(milliseconds);
+}
+
+int Comm::answerTimeoutMs() const
+{
+    return tmTimeout.interval();
+}
+
+QString Comm::portNameFor(const QString& portNumberText)
+{
+    double value = 0;
+    if (parseNumber(portNumberText, value)) {
+        try {
+            const int n = roundToInt16(value);
+#ifdef Q_OS_WIN
+            return QStringLiteral("COM%1").arg(n);
+#else
+            return QStringLiteral("/dev/ttyS%1").arg(n - 1);
+#endif
+        } catch (const RuntimeError&) {
+            // Too large for a port number: the text is tried as a device name, and the
+            // open reports why it fails.
+        }
+    }
+    return portNumberText;
+}
+
+void Comm::setCommPort(const QString& portNumberText)
+{
+    m_commPort = portNumberText;
+    m_device = portNameFor(portNumberText);
+    coComm.setPortName(m_device);
+}
+
+QString Comm::portName() const
+{
+    return m_device;
+}
+
+bool Comm::PortOpen() const
+{
+    return coComm.isOpen();
+}
+
+bool Comm::OpenPort()
+{
+    if (coComm.isOpen())
+        return true;
+    m_linkLost = false;
+    m_lostMessage.clear();
+    m_dropUntilNextSend = false;
+    if (coComm.open(QIODevice::ReadWrite)) {
+        ++m_session;
+        coComm.clearError();
+        return true;
+    }
+
+    QString text = coComm.errorString();
+#ifdef Q_OS_LINUX
+    if (accessDenied(m_device))
+        text += LineEnd
+            + QStringLiteral("To use serial ports, add yourself to the \"dialout\" group "
+                             "(sudo usermod -aG dialout $USER), then log out and log in again.");
+#endif
+    coComm.clearError();
+    programState().LastError = text;
+    if (m_prompter)
+        m_prompter->warn(text);
+    return false;
+}
+
+void Comm::closePort()
+{
+    if (coComm.isOpen())
+        coComm.close();
+    coComm.clearError();
+}
+
+QString Comm::notOpenText() const
+{
+    if (!m_lostMessage.isEmpty())
+        return m_lostMessage;
+    return QStringLiteral("The port %1 is not open.").arg(m_device);
+}
+
+bool Comm::SendCommand(const QString& command, int attempts)
+{
+    ProgramState& s = programState();
+    for (;;) {
+        if (!coComm.isOpen() || m_linkLost) {
+            tmTimeout.stop();
+            s.LastError = notOpenText();
+            return false;
+        }
+
+        s.LinkState = LinkStates::Waiting;
+        --attempts;
+        tmTimeout.start();
+        s.RecvBuffer.clear();
+        m_dropUntilNextSend = false;
+        coComm.write((command + LineEnd).toLatin1());
+        s.LastCommand = command;
+
+        const auto cancelled = [&] { return s.CommState == CommStates::Download && s.CancelRequested; };
+        const auto stopped = [&] { return s.CommState != CommStates::Download && s.StopRequested; };
+        waitUntil([&] { return cancelled() || stopped() || m_linkLost || s.LinkState != LinkStates::Waiting; });
+
+        if (cancelled() || stopped())
+            return false;
+        if (m_linkLost) {
+            tmTimeout.stop();
+            s.LastError = m_lostMessage;
+            return false;
+        }
+        if (s.LinkState == LinkStates::Complete)
+            return true;
+        // Timed out: send again while attempts remain (attempts counts the sends).
+        if (attempts <= 0)
+            break;
+    }
+
+    if (s.CommState == CommStates::Download) {
+        if (m_progress)
+            m_progress->setCancelEnabled(false);
+        s.LastError = ResID(Res::TimeoutError);
+        return false;
+    }
+    // Outside a download a silent meter is not an error here: the caller finds RecvBuffer
+    // empty or incomplete.
+    return true;
+}
+
+bool Comm::writeLine(const QString& text)
+{
+    if (!coComm.isOpen() || m_linkLost)
+        return false;
+    return coComm.write((text + LineEnd).toLatin1()) >= 0;
+}
+
+void Comm::stopAnswerTimer()
+{
+    tmTimeout.stop();
+}
+
+QString Comm::readInput()
+{
+    // One character per byte: the meter speaks 8-bit text, and a check sum counts bytes.
+    return QString::fromLatin1(coComm.readAll());
+}
+
+qint64 Comm::bytesWaiting() const
+{
+    return coComm.isOpen() ? coComm.bytesAvailable() : 0;
+}
+
+void Comm::OnComm(int commEvent)
+{
+    if (commEvent != CommEvents::Receive)
+        return;
+    ProgramState& s = programState();
+
+    // Keeps only the newest RecvBufferLimit characters of a buffer that outgrew the limit.
+    const auto keepTail = [&] {
+        if (s.RecvBuffer.size() > RecvBufferLimit)
+            s.RecvBuffer.remove(0, s.RecvBuffer.size() - RecvBufferLimit);
+    };
+
+    switch (s.CommState) {
+    case CommStates::Download:
+    case CommStates::RealtimeCommand:
+    case CommStates::MonitorCommand: {
+        const QString input = readInput();
+        if (m_dropUntilNextSend)
+            return; // the rest of a garbled answer
+        if (s.RecvBuffer.size() + input.size() > RecvBufferLimit) {
+            // So much text without a complete line is not an answer.
+            if (s.LinkState == LinkStates::Waiting) {
+                endWaitWithGarbledAnswer();
+            } else {
+                s.RecvBuffer += input;
+                keepTail();
+            }
+            return;
+        }
+        s.RecvBuffer += input;
+        if (s.LinkState == LinkStates::Waiting && IsAnswerComplete()) {
+            tmTimeout.stop();
+            s.LinkState = LinkStates::Complete;
+        }
+        return;
+    }
+    case CommStates::Realtime:
+    case CommStates::Monitor:
+        // While the tick works on RecvBuffer the text stays in the port (takePendingInput).
+        if (s.TickArmed) {
+            s.TickArmed = false;
+            s.RecvBuffer += readInput();
+            keepTail();
+            s.TickArmed = true;
+        }
+        return;
+    default:
+        s.RecvBuffer = readInput();
+        keepTail();
+        return;
+    }
+}
+
+void Comm::endWaitWithGarbledAnswer()
+{
+    ProgramState& s = programState();
+    tmTimeout.stop();
+    s.RecvBuffer = GarbledAnswer;
+    s.LastError = ResID(Res::DataError);
+    s.LinkState = LinkStates::Complete;
+    m_dropUntilNextSend = true; // whatever else the stream brings is not part of any answer
+}
+
+bool Comm::takePendingInput()
+{
+    if (bytesWaiting() <= 0)
+        return false;
+    OnComm(CommEvents::Receive);
+    return true;
+}
+
+bool Comm::IsAnswerComplete()
+{
+    ProgramState& s = programState();
+    for (;;) {
+        const qsizetype lf = s.RecvBuffer.indexOf(QLatin1Char('\n'));
+        if (lf < 0)
+            return false;
+        const qsizetype lineLength = lf + 1;
+        // The line less its last two characters, meant to be CR LF; a lone LF takes the
+        // character before it along ("AB\n" gives "A").
+        QString body = s.RecvBuffer.left(qMax<qsizetype>(0, lineLength - 2));
+        if (body == s.LastCommand) {
+            s.RecvBuffer.remove(0, lineLength); // the meter's echo of the command
+            continue;
+        }
+        s.RecvBuffer = std::move(body);
+        return true;
+    }
+}
+
+void Comm::onTimeout()
+{
+    tmTimeout.stop();
+    programState().LinkState = LinkStates::TimedOut;
+}
+
+void Comm::onErrorOccurred(QSerialPort::SerialPortError error)
+{
+    switch (error) {
+    case QSerialPort::NoError:
+        return;
+    case QSerialPort::DeviceNotFoundError:
+    case QSerialPort::PermissionError:
+    case QSerialPort::OpenError:
+        return; // OpenPort reports these itself
+    case QSerialPort::ResourceError:
+    case QSerialPort::ReadError:
+    case QSerialPort::WriteError:
+        if (coComm.isOpen()) {
+            QString reason = coComm.errorString();
+#ifdef Q_OS_UNIX
+            reason = failureReason(reason, static_cast<int>(coComm.handle()));
+#endif
+            linkLost(reason);
+            return;
+        }
+        break;
+    default:
+        // Not fatal, e.g. a pseudo-terminal refusing a modem-line request.
+        break;
+    }
+    coComm.clearError();
+}
+
+void Comm::linkLost(const QString& reason)
+{
+    if (m_linkLost)
+        return;
+    m_linkLost = true;
+    m_lostMessage = QStringLiteral("The connection to the meter on %1 was lost (%2).").arg(m_device, reason);
+    programState().LastError = m_lostMessage;
+    tmTimeout.stop();
+
+    // Closing the port inside its own notification would delete the notifier that is
+    // calling us, so the close (and the signal, whose receivers may close or reopen the
+    // port) waits for the event loop. A wait in SendCommand ends at once on m_linkLost.
+    const std::uint64_t session = m_session;
+    QMetaObject::invokeMethod(
+        this,
+        [this, session] {
+            if (session != m_session)
+                return; // the port was opened again meanwhile: that session is a new one
+            if (coComm.isOpen())
+                coComm.close();
+            coComm.clearError();
+            emit portLost();
+        },
+        Qt::QueuedConnection);
+}
+
+} // namespace quvo
