@@ -31,6 +31,7 @@
 //
 // Everything runs on the user-interface thread.
 
+#include "document/UnitStatistics.h"
 #include "resources/Constant.h"
 
 #include <QObject>
@@ -46,8 +47,6 @@
 namespace quvo {
 
 class Prompter;
-struct ReadingStatistics;
-struct UnitClass;
 
 // Days, hours, minutes and seconds as texts ("00", "05"), as the document stores them.
 struct TimeTexts {

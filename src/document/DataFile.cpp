@@ -417,14 +417,22 @@ void DataDocument::readDataFile(const QString& path)
     // Line 6: X axis.
     line = header(6);
     splitFields(line, 3, f.data());
-    atLineOf(6, [&] { SetAxisX(toBoolean(f[0].toString()), toInt16(f[1].toString()), toInt16(f[2].toString())); });
+    atLineOf(6, [&] {
+        // Converted left to right, so that the first bad field is the one named.
+        const bool automatic = toBoolean(f[0].toString());
+        const std::int16_t perLabel = toInt16(f[1].toString());
+        const std::int16_t perTick = toInt16(f[2].toString());
+        SetAxisX(automatic, perLabel, perTick);
+    });
 
     // Line 7: Y axis.
     line = header(7);
     splitFields(line, 5, f.data());
     atLineOf(7, [&] {
-        SetAxisY(toBoolean(f[0].toString()), f[1].toString(), f[2].toString(), toInt16(f[3].toString()),
-                 toInt16(f[4].toString()));
+        const bool automatic = toBoolean(f[0].toString());
+        const std::int16_t major = toInt16(f[3].toString());
+        const std::int16_t minor = toInt16(f[4].toString());
+        SetAxisY(automatic, f[1].toString(), f[2].toString(), major, minor);
     });
 
     // The rows.
