@@ -10,9 +10,12 @@
 #include "resources/TextNumber.h"
 
 #include <QHash>
+#include <QLatin1StringView>
 #include <QStringList>
 
 #include <algorithm>
+#include <array>
+#include <type_traits>
 #include <cmath>
 #include <limits>
 
@@ -49,6 +52,17 @@ bool labelsFromZero()
 {
     const double model = modelNumber();
     return model != 0 && model != 1;
+}
+
+// A document keeps its texts as single bytes, as its data file does.
+void checkStorable(std::initializer_list<QStringView> texts)
+{
+    for (const QStringView t : texts) {
+        if (t.size() > RowStore::MaxTextLength)
+            throw RuntimeError(QStringLiteral("A text of %1 characters is too long for a document.").arg(t.size()));
+        if (!RowStore::fitsLatin1(t))
+            throw RuntimeError(QStringLiteral("The text \"%1\" has characters a data file cannot hold.").arg(t));
+    }
 }
 
 QString titleOf(int kind)
@@ -187,7 +201,7 @@ void DataDocument::OpenNew(int kind)
     // Heading row plus 20 empty rows labelled 1 to 20.
     d->resetGrid(21);
     for (int row = 1; row <= 20; ++row)
-        d->label.setNumber(row - 1, row);
+        d->setLabel(row, row);
 
     d->statsByUnit = 1;
     d->stats.unitCode = UnitCodes::None;
@@ -245,25 +259,22 @@ int DataDocument::Rows() const
     return d->rows;
 }
 
-QStringView DataDocument::cell(int row, int col) const
+QString DataDocument::TextMatrix(int row, int col) const
 {
     if (col < 0 || col > 3 || row < 0 || row >= d->rows)
         return {};
     if (row == 0)
         return d->headings[static_cast<std::size_t>(col)];
-    return d->column(col).view(row - 1);
-}
-
-QString DataDocument::TextMatrix(int row, int col) const
-{
-    return cell(row, col).toString();
+    if (col == 0)
+        return d->labelText(row);
+    return d->text(row, col);
 }
 
 QString DataDocument::rawText(int row) const
 {
-    if (row < 1 || row >= d->rows || row > MaxReadings)
+    if (row < 1 || row >= d->rows)
         return {};
-    return d->raw.text(row - 1);
+    return d->cells.text(row - 1, RowStore::Raw);
 }
 
 float DataDocument::rowNumber(int row) const
@@ -271,11 +282,6 @@ float DataDocument::rowNumber(int row) const
     if (row < 1 || row >= d->rows)
         return std::numeric_limits<float>::quiet_NaN();
     return d->number[static_cast<std::size_t>(row - 1)];
-}
-
-void DataDocument::setCell(int row, int col, QStringView text)
-{
-    d->column(col).set(row - 1, text);
 }
 
 void DataDocument::appendGridRow()
@@ -303,10 +309,11 @@ bool DataDocument::AddGridrow()
 
 void DataDocument::AddData(const QString& time, const QString& value, const QString& mode, const QString& raw)
 {
-    addReading(time, value, mode, raw);
+    addReading<QStringView>(time, value, mode, raw);
 }
 
-void DataDocument::addReading(QStringView time, QStringView value, QStringView mode, QStringView raw)
+template <class View>
+void DataDocument::addReading(View time, View value, View mode, View raw)
 {
     ProgramState& state = programState();
     if (state.PadRecords) {
@@ -321,7 +328,7 @@ void DataDocument::addReading(QStringView time, QStringView value, QStringView m
             throw RuntimeError(QStringLiteral("Row %1 does not exist in the table.").arg(row));
         d->unchanged = false;
         d->prefill = QString::number(next);
-        d->label.setNumber(row - 1, fromZero ? next - 1 : d->count);
+        d->setLabel(row, fromZero ? next - 1 : d->count);
         if (!m_quiet)
             emit rowsChanged(row, row);
         return;
@@ -334,17 +341,16 @@ void DataDocument::addReading(QStringView time, QStringView value, QStringView m
         throw documentFull();
     if (row >= d->rows)
         throw RuntimeError(QStringLiteral("Row %1 does not exist in the table.").arg(row));
-    const bool numeric = IsReadingValue(value);
+    if constexpr (std::is_same_v<View, QStringView>)
+        checkStorable({time, value, mode, raw});
+    const bool numeric = quvo::IsReadingValue(value);
     const double number = numeric ? readingNumber(value) : 0.0; // may throw: nothing changed yet
 
     d->unchanged = false;
     d->count = row;
     const std::size_t i = static_cast<std::size_t>(row - 1);
-    d->label.setNumber(row - 1, labelsFromZero() ? row - 1 : row);
-    d->time.set(row - 1, time);
-    d->value.set(row - 1, value);
-    d->mode.set(row - 1, mode);
-    d->raw.set(row - 1, raw);
+    d->setLabel(row, labelsFromZero() ? row - 1 : row);
+    d->cells.setRow(row - 1, std::array<View, RowStore::FieldCount>{time, value, mode, raw});
     d->number[i] = numeric ? static_cast<float>(number) : std::numeric_limits<float>::quiet_NaN();
     if (d->statsByUnit == 1)
         classifyAndTrack(mode, raw);
@@ -370,6 +376,7 @@ void DataDocument::addRealtimeReading(QStringView time, QStringView value, QStri
         throw documentFull();
     if (row >= d->rows)
         throw RuntimeError(QStringLiteral("Row %1 does not exist in the table.").arg(row));
+    checkStorable({time, value, mode, raw});
     // The caller says whether the reading counts; the chart draws whatever reads as a number.
     double number = 0;
     float drawn = std::numeric_limits<float>::quiet_NaN();
@@ -394,11 +401,8 @@ void DataDocument::addRealtimeReading(QStringView time, QStringView value, QStri
         if (!m_quiet)
             emit scrollChanged();
     }
-    d->label.setNumber(row - 1, row);
-    d->time.set(row - 1, time);
-    d->value.set(row - 1, value);
-    d->mode.set(row - 1, mode);
-    d->raw.set(row - 1, raw);
+    d->setLabel(row, row);
+    d->cells.setRow(row - 1, std::array<QStringView, RowStore::FieldCount>{time, value, mode, raw});
     d->number[static_cast<std::size_t>(row - 1)] = drawn;
     if (d->statsByUnit == 1)
         classifyAndTrack(mode, raw);
@@ -445,10 +449,11 @@ UnitClass DataDocument::ClassifyUnit(const QString& mode, const QString& raw)
 void DataDocument::SetUnitRange(const QString& mode, const QString& raw)
 {
     if (d->statsByUnit == 1)
-        classifyAndTrack(mode, raw);
+        classifyAndTrack(QStringView(mode), QStringView(raw));
 }
 
-void DataDocument::classifyAndTrack(QStringView mode, QStringView raw)
+template <class View>
+void DataDocument::classifyAndTrack(View mode, View raw)
 {
     if (mode.isEmpty())
         return;
@@ -483,7 +488,7 @@ QString DataDocument::GetDispmax(bool withNumber) const
     if (row == 0)
         return {};
     return extremeText(d->kind, withNumber, d->headings, shownRowNumber(row, programState().MeterModel),
-                       cell(row, 1), cell(row, 2), cell(row, 3));
+                       QString(d->text(row, 1)), QString(d->text(row, 2)), QString(d->text(row, 3)));
 }
 
 QString DataDocument::GetDispmin(bool withNumber) const
@@ -492,7 +497,7 @@ QString DataDocument::GetDispmin(bool withNumber) const
     if (row == 0)
         return {};
     return extremeText(d->kind, withNumber, d->headings, shownRowNumber(row, programState().MeterModel),
-                       cell(row, 1), cell(row, 2), cell(row, 3));
+                       QString(d->text(row, 1)), QString(d->text(row, 2)), QString(d->text(row, 3)));
 }
 
 QString DataDocument::GetDispavg()
@@ -759,7 +764,7 @@ QString DataDocument::chartLabel(int point) const
     if (point < 1 || point > f.shownCount)
         return {};
     const int row = f.firstRow + point - 1;
-    return TextMatrix(row, d->kind == DataKinds::Save ? 0 : 1);
+    return d->kind == DataKinds::Save ? d->labelText(row) : QString(d->text(row, 1));
 }
 
 // --- Progress bar --------------------------------------------------------------------------------
@@ -875,5 +880,10 @@ void DataDocument::showFailure(const QString& path)
     if (m_prompter)
         m_prompter->warn(programState().LastError + QStringLiteral("\r\n") + path);
 }
+
+// The reader of data files adds its rows from single-byte line fields.
+template void DataDocument::addReading<QStringView>(QStringView, QStringView, QStringView, QStringView);
+template void DataDocument::addReading<QLatin1StringView>(QLatin1StringView, QLatin1StringView, QLatin1StringView,
+                                                          QLatin1StringView);
 
 } // namespace quvo

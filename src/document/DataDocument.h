@@ -145,7 +145,8 @@ public:
     // Appends one stored reading (file load, memory download) without refreshing the
     // statistics panels. While PadRecords is true it only relabels the next padding row.
     // Throws RuntimeError (and changes nothing) when the row is past the grid or past
-    // 32767, or when a numeric value does not convert.
+    // 32767, when a numeric value does not convert, or when a text has a character outside
+    // the single-byte set a data file holds (Latin-1).
     void AddData(const QString& time, const QString& value, const QString& mode, const QString& raw);
 
     // Appends one realtime reading and refreshes grid, chart, scroll range, progress and,
@@ -225,7 +226,6 @@ public:
     // --- Grid --------------------------------------------------------------------------------
     int Rows() const;                            // grid rows including the heading row
     QString TextMatrix(int row, int col) const;  // "" outside the grid
-    QStringView cell(int row, int col) const;    // the same without a copy; valid until the next change
     QString rawText(int row) const;              // the hidden raw text of a row
     float rowNumber(int row) const;              // the value of a row as the chart draws it (NaN = gap)
 
@@ -268,11 +268,14 @@ private:
     struct Content;
     class Quiet;
 
-    void addReading(QStringView time, QStringView value, QStringView mode, QStringView raw);
+    // AddData on texts of either kind: the program's own (UTF-16, checked to fit a data
+    // file) or the fields of a data file line (single bytes already).
+    template <class View>
+    void addReading(View time, View value, View mode, View raw);
     void addRealtimeReading(QStringView time, QStringView value, QStringView mode, bool isNumeric, QStringView raw);
-    void classifyAndTrack(QStringView mode, QStringView raw);
+    template <class View>
+    void classifyAndTrack(View mode, View raw);
     void appendGridRow();
-    void setCell(int row, int col, QStringView text);
     void setPanel(int panel, const QString& text);
     void setKind(int kind);
     void SetScrollRange();

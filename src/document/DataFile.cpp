@@ -21,20 +21,35 @@ namespace quvo {
 
 // --- Fields ------------------------------------------------------------------------------------
 
-void splitFields(QStringView line, int count, QStringView* fields)
+namespace {
+
+template <class View>
+void splitInto(View line, int count, View* fields)
 {
     // One pass over the characters; fields are short, so a plain loop beats a search call.
-    const QChar* const chars = line.data();
+    const auto* const chars = line.data();
     const qsizetype size = line.size();
     qsizetype start = 0;
     for (int i = 0; i < count; ++i) {
         qsizetype comma = start;
-        while (comma < size && chars[comma] != QLatin1Char(','))
+        while (comma < size && chars[comma] != ',')
             ++comma;
-        fields[i] = QStringView(chars + start, comma - start);
+        fields[i] = View(chars + start, comma - start);
         // Behind the comma; with no comma left the next field starts over at the beginning.
         start = comma < size ? comma + 1 : 0;
     }
+}
+
+} // namespace
+
+void splitFields(QStringView line, int count, QStringView* fields)
+{
+    splitInto(line, count, fields);
+}
+
+void splitFields(QLatin1StringView line, int count, QLatin1StringView* fields)
+{
+    splitInto(line, count, fields);
 }
 
 QStringList SplitFields(const QString& line, int count)
@@ -190,13 +205,21 @@ public:
         for (const QChar c : text) {
             const char16_t u = c.unicode();
             if (u > 0xFF || u == u',' || u == u'\r' || u == u'\n')
-                throw RuntimeError(
-                    QStringLiteral("The text \"%1\" cannot be written to a data file: it holds a comma, a line break "
-                                   "or a character outside the single-byte character set.")
-                        .arg(text));
+                refuse(text.toString());
             *out++ = static_cast<char>(u);
         }
     }
+
+    // A stored text: single bytes already, only the separators need a look.
+    void field(QLatin1StringView text)
+    {
+        for (const char c : text) {
+            if (c == ',' || c == '\r' || c == '\n')
+                refuse(QString(text));
+        }
+        m_bytes.append(text.data(), text.size());
+    }
+
     void comma() { m_bytes.append(','); }
     void endLine() { m_bytes.append("\r\n", 2); }
 
@@ -215,6 +238,13 @@ public:
     QByteArray take() { return std::move(m_bytes); }
 
 private:
+    [[noreturn]] static void refuse(const QString& text)
+    {
+        throw RuntimeError(QStringLiteral("The text \"%1\" cannot be written to a data file: it holds a comma, a line "
+                                          "break or a character outside the single-byte character set.")
+                               .arg(text));
+    }
+
     QByteArray m_bytes;
 };
 
@@ -247,18 +277,18 @@ QByteArray DataDocument::dataFileBytes()
     const bool withRaw = d->statsByUnit == 1;
     for (int row = 1; row < d->rows; ++row) {
         const int i = row - 1;
-        out.field(d->time.view(i));
+        out.field(d->cells.text(i, RowStore::Time));
         out.comma();
-        out.field(d->value.view(i));
+        out.field(d->cells.text(i, RowStore::Value));
         out.comma();
-        out.field(d->mode.view(i));
+        out.field(d->cells.text(i, RowStore::Mode));
         if (withRaw) {
             if (row > MaxReadings)
                 throw RuntimeError(QStringLiteral("Row %1 is beyond the %2 readings a document holds.")
                                        .arg(row)
                                        .arg(MaxReadings));
             out.comma();
-            out.field(d->raw.view(i));
+            out.field(d->cells.text(i, RowStore::Raw));
         }
         out.endLine();
     }
@@ -444,6 +474,7 @@ void DataDocument::readDataFile(const QString& path)
     d->stats.unitCode = UnitCodes::None;
     d->stats.statusMaxRow = 0;
     d->stats.statusMinRow = 0;
+    std::array<QLatin1StringView, 4> row;
     std::int32_t blanks = 0;
     int rowLines = 0;
     const bool withRaw = d->statsByUnit == 1;
@@ -451,8 +482,8 @@ void DataDocument::readDataFile(const QString& path)
 
     // Room for the rows the file probably holds, so the columns grow once.
     const int expected = static_cast<int>(std::min<qint64>(file.size() / 24 + 32, MaxReadings));
-    for (TextColumn* c : {&d->label, &d->time, &d->value, &d->mode, &d->raw})
-        c->reserve(expected, std::size_t(expected) * (c == &d->label ? 6 : 12));
+    d->cells.reserve(expected, static_cast<std::size_t>(file.size()));
+    d->label.reserve(static_cast<std::size_t>(expected));
     d->number.reserve(static_cast<std::size_t>(expected));
 
     while (reader.next(bytes)) {
@@ -465,15 +496,14 @@ void DataDocument::readDataFile(const QString& path)
         try {
             if (d->count + blanks + 1 == d->rows)
                 appendGridRow();
-            line = widen(bytes);
-            splitFields(line, fieldCount, f.data());
-            if (kind != DataKinds::Save && f[1].isEmpty()) {
+            splitFields(QLatin1StringView(bytes.data(), bytes.size()), fieldCount, row.data());
+            if (kind != DataKinds::Save && row[1].isEmpty()) {
                 // A blank row: only its number. SAVE-mode files keep such rows as readings.
                 ++blanks;
-                d->label.setNumber(d->count + blanks - 1, d->count + blanks);
+                d->setLabel(d->count + blanks, d->count + blanks);
                 continue;
             }
-            addReading(f[0], f[1], f[2], withRaw ? f[3] : QStringView());
+            addReading(row[0], row[1], row[2], withRaw ? row[3] : QLatin1StringView());
         } catch (const RuntimeError& e) {
             throw atLine(number, e);
         }
@@ -483,7 +513,7 @@ void DataDocument::readDataFile(const QString& path)
     const double model = leadingNumber(state.MeterModel);
     if (d->count < 20 && model >= 2 && model <= 5 && model == std::floor(model)) {
         for (int row = d->count + 1; row <= 20 && row < d->rows; ++row)
-            d->label.setNumber(row - 1, row - 1);
+            d->setLabel(row, row - 1);
     }
 }
 

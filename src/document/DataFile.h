@@ -9,6 +9,7 @@
 
 #include "resources/Constant.h"
 
+#include <QLatin1StringView>
 #include <QString>
 #include <QStringList>
 #include <QStringView>
@@ -28,6 +29,7 @@ constexpr qint64 DataFileMaxBytes = qint64(DataFileHeaderLines + MaxReadings) * 
 QStringList SplitFields(const QString& line, int count);
 // The same into `fields` (room for `count`), as views of `line`.
 void splitFields(QStringView line, int count, QStringView* fields);
+void splitFields(QLatin1StringView line, int count, QLatin1StringView* fields);
 
 // Checks days 0-99, hours 0-23, minutes 0-59, seconds 0-59 (16-bit numbers) and a total
 // that is not zero; on success writes each back with at least two digits ("1" gives "01").

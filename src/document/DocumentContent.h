@@ -4,7 +4,7 @@
 
 #include "document/ChartScale.h"
 #include "document/DataDocument.h"
-#include "document/TextColumn.h"
+#include "document/RowStore.h"
 #include "document/UnitStatistics.h"
 
 #include <array>
@@ -22,13 +22,14 @@ struct DataDocument::Content {
     QString tag;
     QString caption;
 
-    // The grid. Data row r (1..rows-1) lives at index r - 1 of every column; the columns may
-    // hold more (empty) cells than there are rows.
+    // The grid. Data row r (1..rows-1) lives at index r - 1 of `cells`, `label` and
+    // `number`; they may hold more (empty) rows than the grid shows.
+    static constexpr std::int32_t NoLabel = std::numeric_limits<std::int32_t>::min();
     std::array<QString, 4> headings;
     int rows = 1; // including the heading row
-    TextColumn label, time, value, mode;
-    TextColumn raw;            // the hidden raw texts (the grid never exceeds MaxReadings rows)
-    std::vector<float> number; // the value as the chart draws it, NaN when not a number
+    RowStore cells;                  // time, value, mode and the hidden raw text
+    std::vector<std::int32_t> label; // the "No." column: always a number, or NoLabel when empty
+    std::vector<float> number;       // the value as the chart draws it, NaN when not a number
 
     std::int32_t count = 0; // readings; the row of the newest one
     ReadingStatistics stats;
@@ -55,20 +56,19 @@ struct DataDocument::Content {
     float windowHeight = 6000;
     int windowState = 0;
 
-    TextColumn& column(int col)
+    // The text of a data row's column 1 to 3 (TIME, DATA, MODE).
+    QLatin1StringView text(int row, int col) const
     {
-        switch (col) {
-        case 0:
-            return label;
-        case 1:
-            return time;
-        case 2:
-            return value;
-        default:
-            return mode;
-        }
+        return cells.text(row - 1, static_cast<RowStore::Field>(col - 1));
     }
-    const TextColumn& column(int col) const { return const_cast<Content*>(this)->column(col); }
+
+    QString labelText(int row) const
+    {
+        const std::int32_t l = label[static_cast<std::size_t>(row - 1)];
+        return l == NoLabel ? QString() : QString::number(l);
+    }
+
+    void setLabel(int row, std::int32_t value) { label[static_cast<std::size_t>(row - 1)] = value; }
 
     // Rows of the grid including the heading row; new rows are empty. The columns grow in
     // steps, ahead of the rows: cells past the last row are always empty, so a new row needs
@@ -78,26 +78,24 @@ struct DataDocument::Content {
         const int data = newRows - 1;
         if (data < rows - 1)
             setRoom(data); // dropped cells must read empty if their rows come back
-        else if (data > label.size())
-            setRoom(std::min(std::max(data, label.size() * 2), MaxReadings));
+        else if (data > cells.size())
+            setRoom(std::min(std::max(data, cells.size() * 2), MaxReadings));
         rows = newRows;
     }
 
     void setRoom(int dataRows)
     {
-        for (TextColumn* c : {&label, &time, &value, &mode, &raw})
-            c->resize(dataRows);
+        cells.resize(dataRows);
+        label.resize(static_cast<std::size_t>(dataRows), NoLabel);
         number.resize(static_cast<std::size_t>(dataRows), std::numeric_limits<float>::quiet_NaN());
     }
 
     void resetGrid(int newRows)
     {
+        cells.clear();
         label.clear();
-        time.clear();
-        value.clear();
-        mode.clear();
-        raw.clear();
         number.clear();
+        rows = 1;
         resizeGrid(newRows);
     }
 
@@ -139,8 +137,7 @@ struct DataDocument::Content {
 
     std::size_t bytesHeld() const
     {
-        return label.bytesHeld() + time.bytesHeld() + value.bytesHeld() + mode.bytesHeld() + raw.bytesHeld()
-            + number.capacity() * sizeof(float);
+        return cells.bytesHeld() + label.capacity() * sizeof(std::int32_t) + number.capacity() * sizeof(float);
     }
 };
 

@@ -6,24 +6,149 @@
 #include <QStringList>
 
 #include <cmath>
+#include <cstddef>
+#include <iterator>
 #include <limits>
 
 namespace quvo {
 
-bool IsReadingValue(QStringView value)
+namespace {
+
+// One character of either kind of text, as UTF-16: the rules below read both the texts
+// the program passes around (UTF-16) and the single-byte fields of a data file line.
+inline char16_t at(QStringView text, qsizetype i)
+{
+    return text.utf16()[i];
+}
+
+inline char16_t at(QLatin1StringView text, qsizetype i)
+{
+    return static_cast<unsigned char>(text.data()[i]);
+}
+
+template <class View>
+bool isReadingValue(View value)
 {
     // Exactly "ERROR", "", "+OL" or "-OL" (case counts); compared by hand, this runs per row.
-    const char16_t* s = value.utf16();
     switch (value.size()) {
     case 0:
         return false;
     case 3:
-        return !((s[0] == u'+' || s[0] == u'-') && s[1] == u'O' && s[2] == u'L');
+        return !((at(value, 0) == u'+' || at(value, 0) == u'-') && at(value, 1) == u'O' && at(value, 2) == u'L');
     case 5:
-        return !(s[0] == u'E' && s[1] == u'R' && s[2] == u'R' && s[3] == u'O' && s[4] == u'R');
+        return !(at(value, 0) == u'E' && at(value, 1) == u'R' && at(value, 2) == u'R' && at(value, 3) == u'O'
+                 && at(value, 4) == u'R');
     default:
         return true;
     }
+}
+
+// Exact comparison with a word; MODE words are short, so by hand (this runs per row).
+template <class View, std::size_t N>
+bool is(View text, const char16_t (&word)[N])
+{
+    if (text.size() != static_cast<qsizetype>(N - 1))
+        return false;
+    for (std::size_t i = 0; i + 1 < N; ++i) {
+        if (at(text, static_cast<qsizetype>(i)) != word[i])
+            return false;
+    }
+    return true;
+}
+
+// Whether the raw text holds a three-character exponent mark such as "E-3".
+template <class View>
+bool has(View raw, const char16_t (&mark)[4])
+{
+    for (qsizetype i = 0; i + 3 <= raw.size(); ++i) {
+        if (at(raw, i) == mark[0] && at(raw, i + 1) == mark[1] && at(raw, i + 2) == mark[2])
+            return true;
+    }
+    return false;
+}
+
+// "0 if it contains E-6; else 1 if it contains E-3; else 2" (the current words).
+template <class View>
+std::int16_t currentRange(View raw)
+{
+    if (has(raw, u"E-6"))
+        return 0;
+    if (has(raw, u"E-3"))
+        return 1;
+    return 2;
+}
+
+template <class View>
+UnitClass classify(View mode, View raw, QStringView meterModel)
+{
+    using namespace UnitCodes;
+    if (is(mode, u"VAC"))
+        return {Vac, static_cast<std::int16_t>(has(raw, u"E-3") ? 0 : 1)};
+    if (is(mode, u"VDC"))
+        return {Vdc, static_cast<std::int16_t>(has(raw, u"E-3") ? 0 : 1)};
+    if (is(mode, u"V"))
+        return {Volt, 0};
+    if (is(mode, u"OHM")) {
+        if (has(raw, u"E+3"))
+            return {Ohm, 1};
+        if (has(raw, u"E+6"))
+            return {Ohm, 2};
+        if (is(meterModel, u"4") || is(meterModel, u"5"))
+            return {Ohm, 0};
+        // Characters after the first ".": length - position of "." counted from 1, where a
+        // text without "." has position 0 (so the whole length counts).
+        qsizetype point = 0;
+        for (qsizetype i = 0; i < raw.size(); ++i) {
+            if (at(raw, i) == u'.') {
+                point = i + 1;
+                break;
+            }
+        }
+        const qsizetype following = raw.size() - point;
+        return {following < 2 ? OhmCoarse : Ohm, 0};
+    }
+    if (is(mode, u"F")) {
+        if (has(raw, u"E-9"))
+            return {Farad, 0};
+        if (has(raw, u"E-6"))
+            return {Farad, 1};
+        if (has(raw, u"E-3"))
+            return {Farad, 2};
+        return {Celsius, 0};
+    }
+    if (is(mode, u"ADC"))
+        return {Adc, currentRange(raw)};
+    if (is(mode, u"AAC"))
+        return {Aac, currentRange(raw)};
+    if (is(mode, u"A"))
+        return {Ampere, currentRange(raw)};
+    if (is(mode, u"Vd"))
+        return {DiodeVolt, 0};
+    if (is(mode, u"C"))
+        return {Celsius, 0};
+    if (is(mode, u"Hz"))
+        return {Hertz, 0};
+    if (is(mode, u"lx"))
+        return {Lux, 0};
+    if (is(mode, u"%"))
+        return {Percent, 0};
+    if (is(mode, u" AC"))
+        return {PlainAc, 0};
+    if (is(mode, u" DC"))
+        return {PlainDc, 0};
+    return {Vac, 0}; // any other word
+}
+
+} // namespace
+
+bool IsReadingValue(QStringView value)
+{
+    return isReadingValue(value);
+}
+
+bool IsReadingValue(QLatin1StringView value)
+{
+    return isReadingValue(value);
 }
 
 double readingNumber(QStringView value)
@@ -36,84 +161,24 @@ double readingNumber(QStringView value)
     return number;
 }
 
-namespace {
-
-// Whether the raw text holds a three-character exponent mark such as "E-3". Raw texts are
-// a handful of characters, so a plain loop is all it takes.
-bool has(QStringView raw, const char16_t (&mark)[4])
+double readingNumber(QLatin1StringView value)
 {
-    const char16_t* s = raw.utf16();
-    for (qsizetype i = 0; i + 3 <= raw.size(); ++i) {
-        if (s[i] == mark[0] && s[i + 1] == mark[1] && s[i + 2] == mark[2])
-            return true;
-    }
-    return false;
+    char16_t wide[64];
+    if (value.size() > qsizetype(std::size(wide)))
+        return readingNumber(QStringView(QString(value)));
+    for (qsizetype i = 0; i < value.size(); ++i)
+        wide[i] = at(value, i);
+    return readingNumber(QStringView(wide, value.size()));
 }
-
-// "0 if it contains E-6; else 1 if it contains E-3; else 2" (the current words).
-std::int16_t currentRange(QStringView raw)
-{
-    if (has(raw, u"E-6"))
-        return 0;
-    if (has(raw, u"E-3"))
-        return 1;
-    return 2;
-}
-
-} // namespace
 
 UnitClass classifyUnit(QStringView mode, QStringView raw, QStringView meterModel)
 {
-    using namespace UnitCodes;
-    if (mode == u"VAC")
-        return {Vac, static_cast<std::int16_t>(has(raw, u"E-3") ? 0 : 1)};
-    if (mode == u"VDC")
-        return {Vdc, static_cast<std::int16_t>(has(raw, u"E-3") ? 0 : 1)};
-    if (mode == u"V")
-        return {Volt, 0};
-    if (mode == u"OHM") {
-        if (has(raw, u"E+3"))
-            return {Ohm, 1};
-        if (has(raw, u"E+6"))
-            return {Ohm, 2};
-        if (meterModel == u"4" || meterModel == u"5")
-            return {Ohm, 0};
-        // Characters after the first ".": length - position of "." counted from 1, where a
-        // text without "." has position 0 (so the whole length counts).
-        const qsizetype point = raw.indexOf(u'.') + 1;
-        const qsizetype following = raw.size() - point;
-        return {following < 2 ? OhmCoarse : Ohm, 0};
-    }
-    if (mode == u"F") {
-        if (has(raw, u"E-9"))
-            return {Farad, 0};
-        if (has(raw, u"E-6"))
-            return {Farad, 1};
-        if (has(raw, u"E-3"))
-            return {Farad, 2};
-        return {Celsius, 0};
-    }
-    if (mode == u"ADC")
-        return {Adc, currentRange(raw)};
-    if (mode == u"AAC")
-        return {Aac, currentRange(raw)};
-    if (mode == u"A")
-        return {Ampere, currentRange(raw)};
-    if (mode == u"Vd")
-        return {DiodeVolt, 0};
-    if (mode == u"C")
-        return {Celsius, 0};
-    if (mode == u"Hz")
-        return {Hertz, 0};
-    if (mode == u"lx")
-        return {Lux, 0};
-    if (mode == u"%")
-        return {Percent, 0};
-    if (mode == u" AC")
-        return {PlainAc, 0};
-    if (mode == u" DC")
-        return {PlainDc, 0};
-    return {Vac, 0}; // any other word
+    return classify(mode, raw, meterModel);
+}
+
+UnitClass classifyUnit(QLatin1StringView mode, QLatin1StringView raw, QStringView meterModel)
+{
+    return classify(mode, raw, meterModel);
 }
 
 AverageFormat averageFormat(int unitCode, int rangeIndex, QStringView meterModel)

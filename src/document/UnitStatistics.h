@@ -4,6 +4,7 @@
 // the running maxima, minima and sum, and how the average and the MAX/MIN lines are
 // written. DataDocument keeps one ReadingStatistics and calls these.
 
+#include <QLatin1StringView>
 #include <QString>
 #include <QStringView>
 
@@ -14,10 +15,12 @@ namespace quvo {
 
 // A reading counts as a number unless it is exactly "ERROR", "", "+OL" or "-OL".
 bool IsReadingValue(QStringView value);
+bool IsReadingValue(QLatin1StringView value);
 
 // The number of a reading that passed IsReadingValue, as the statistics and the chart use
 // it. Throws RuntimeError when the text is not a number or lies outside single precision.
 double readingNumber(QStringView value);
+double readingNumber(QLatin1StringView value);
 
 // Unit classes of the readings being summed (`UnitCode`).
 namespace UnitCodes {
@@ -49,6 +52,8 @@ struct UnitClass {
 // The unit class of a reading from its MODE word and its raw text (`ClassifyUnit`). The
 // meter model decides the "OHM" rule: models "4" and "5" never give the coarse class.
 UnitClass classifyUnit(QStringView mode, QStringView raw, QStringView meterModel);
+// The same on the single-byte fields of a data file line.
+UnitClass classifyUnit(QLatin1StringView mode, QLatin1StringView raw, QStringView meterModel);
 
 // How an average is written for a unit class: the fixed pattern ("0.000"), the power of ten
 // the average is multiplied by first, and the text appended directly after it ("E-3").

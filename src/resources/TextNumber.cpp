@@ -118,7 +118,8 @@ bool parseNumber(const QString& text, double& value)
 
 bool parseNumber(QStringView text, double& value)
 {
-    text = text.trimmed();
+    if (!text.isEmpty() && (text.front().isSpace() || text.back().isSpace()))
+        text = text.trimmed();
     if (text.isEmpty() || text.size() > 512)
         return false;
     // The same characters as above, as ASCII for std::from_chars.

@@ -5,6 +5,7 @@
 
 #include "document/DataFile.h"
 #include "resources/ResID.h"
+#include "resources/RuntimeError.h"
 #include "support/TestHelpers.h"
 
 #include <QDir>
@@ -408,7 +409,7 @@ TEST_F(DataFileTest, Latin1TextsReadAndWriteAsSingleBytes)
 
 TEST_F(DataFileTest, TextsADataFileCannotCarryStopTheSave)
 {
-    for (const QString& mode : {QStringLiteral("V\u03a9"), QStringLiteral("V,DC"), QStringLiteral("V\r\nDC")}) {
+    for (const QString& mode : {QStringLiteral("V,DC"), QStringLiteral("V\r\nDC")}) {
         prompter.messages.clear();
         auto doc = newDocument(DataKinds::Realtime);
         addRealtime(*doc, QStringLiteral("12:00:00"), QStringLiteral("1"), mode, true, QStringLiteral("1"));
@@ -421,6 +422,25 @@ TEST_F(DataFileTest, TextsADataFileCannotCarryStopTheSave)
         EXPECT_TRUE(prompter.messages[0].text.endsWith(QStringLiteral("\r\n") + target));
         EXPECT_FALSE(workFileExists());
     }
+}
+
+TEST_F(DataFileTest, ADocumentHoldsOnlySingleByteTexts)
+{
+    auto doc = newDocument(DataKinds::Realtime);
+    ASSERT_TRUE(doc->AddGridrow());
+    try {
+        doc->AddRealtimedata(QStringLiteral("12:00:00"), QStringLiteral("1"), QStringLiteral("V\u03a9"), true, QStringLiteral("1"));
+        FAIL() << "stored";
+    } catch (const RuntimeError& e) {
+        EXPECT_EQ(e.description(), QStringLiteral("The text \"V\u03a9\" has characters a data file cannot hold."));
+    }
+    EXPECT_EQ(doc->GetDatacount(), 0);
+    EXPECT_THROW(doc->AddData(QStringLiteral("\u20ac"), QStringLiteral("1"), QStringLiteral("V"), QStringLiteral("1")),
+                 RuntimeError);
+    EXPECT_EQ(doc->GetDatacount(), 0);
+    doc->AddData(QStringLiteral("\u00b5s"), QStringLiteral("1"), QStringLiteral("\u00b0C"), QStringLiteral("1"));
+    EXPECT_EQ(doc->TextMatrix(1, 1), QStringLiteral("\u00b5s"));
+    EXPECT_EQ(doc->TextMatrix(1, 3), QStringLiteral("\u00b0C"));
 }
 
 // --- OpenFile and SaveFile as the window sees them --------------------------------------------------
