@@ -7,7 +7,8 @@
 //   - The grid. Row 0 holds the headings "No.", "TIME", "DATA", "MODE"; rows 1.. hold the
 //     readings: label, time, value ("1.234E-3", "ERROR", "+OL", "-OL" or empty) and mode
 //     ("VDC", "OHM", ...), plus a hidden raw text per row that carries the reading's decimal
-//     exponent. At most 32767 readings. A new document shows 20 empty numbered rows.
+//     exponent. At most 32767 readings. A new document shows 20 empty numbered rows. Texts
+//     are single-byte (Latin-1) as in the data file; AddData refuses any other character.
 //   - The statistics: chart markers (largest and smallest reading of all) and MAX/MIN/AVG
 //     since the last change of unit class (rules in UnitStatistics.h).
 //   - The recording interval and period (realtime documents).
@@ -22,7 +23,8 @@
 //   - Memory download, per record: AddGridrow(), AddData(...); at the end SetGraphcount,
 //     PaintGraphtop(), DispCalculation().
 //   - The window calls setScrollValue() when the user moves the scroll bar, setNormalSize()
-//     and setWindowState() on resize, and queryClose() before it closes.
+//     and setWindowState() on resize, and queryClose() before it closes. On gridReset() it
+//     shows the grid afresh with its current cell at row 1, column 1.
 //   - Failures: operations that can fail return false and leave the reason in LastError
 //     (programState()). Operations marked "throws" raise RuntimeError; the procedure that
 //     called them catches it at its boundary (as the file reader does around AddData).

@@ -186,6 +186,8 @@ void writeFileSynced(const QString& path, const QByteArray& bytes)
 
 void replaceFileWith(const QString& source, const QString& target)
 {
+    if (target.isEmpty())
+        throw RuntimeError(QStringLiteral("No file name was given."));
     // A link is kept: the file it points to is the one replaced.
     QString realTarget = QFileInfo(target).absoluteFilePath();
     const QFileInfo targetInfo(realTarget);
