@@ -38,6 +38,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 #include <cstddef>
