@@ -116,6 +116,37 @@ bool parseNumber(const QString& text, double& value)
     return true;
 }
 
+bool parseNumber(QStringView text, double& value)
+{
+    if (!text.isEmpty() && (text.front().isSpace() || text.back().isSpace()))
+        text = text.trimmed();
+    if (text.isEmpty() || text.size() > 512)
+        return false;
+    // The same characters as above, as ASCII for std::from_chars.
+    char buffer[513];
+    qsizetype n = 0;
+    for (const QChar c : text) {
+        const char16_t u = c.unicode();
+        if (!((u >= u'0' && u <= u'9') || u == u'.' || u == u'+' || u == u'-' || u == u'e' || u == u'E'))
+            return false;
+        buffer[n++] = static_cast<char>(u);
+    }
+    const char* first = buffer;
+    const char* const last = buffer + n;
+    // from_chars takes no "+" sign; QString::toDouble takes one in front of the number.
+    if (*first == '+') {
+        ++first;
+        if (first == last || *first == '+' || *first == '-')
+            return false;
+    }
+    double parsed = 0;
+    const auto result = std::from_chars(first, last, parsed, std::chars_format::general);
+    if (result.ec != std::errc() || result.ptr != last || !std::isfinite(parsed))
+        return false;
+    value = parsed;
+    return true;
+}
+
 double toDouble(const QString& text)
 {
     double value = 0;

@@ -1,0 +1,561 @@
+// The data file: field rules, and DataDocument's reader, writer, OpenFile and SaveFile.
+
+#include "document/DataFile.h"
+
+#include "document/DataDocument.h"
+#include "document/DocumentContent.h"
+#include "document/DurableFile.h"
+#include "document/Other.h"
+#include "resources/ProgramState.h"
+#include "resources/ResID.h"
+#include "resources/RuntimeError.h"
+#include "resources/TextNumber.h"
+
+#include <QFile>
+
+#include <array>
+#include <cstring>
+#include <vector>
+
+namespace quvo {
+
+// --- Fields ------------------------------------------------------------------------------------
+
+namespace {
+
+template <class View>
+void splitInto(View line, int count, View* fields)
+{
+    // One pass over the characters; fields are short, so a plain loop beats a search call.
+    const auto* const chars = line.data();
+    const qsizetype size = line.size();
+    qsizetype start = 0;
+    for (int i = 0; i < count; ++i) {
+        qsizetype comma = start;
+        while (comma < size && chars[comma] != ',')
+            ++comma;
+        fields[i] = View(chars + start, comma - start);
+        // Behind the comma; with no comma left the next field starts over at the beginning.
+        start = comma < size ? comma + 1 : 0;
+    }
+}
+
+} // namespace
+
+void splitFields(QStringView line, int count, QStringView* fields)
+{
+    splitInto(line, count, fields);
+}
+
+void splitFields(QLatin1StringView line, int count, QLatin1StringView* fields)
+{
+    splitInto(line, count, fields);
+}
+
+QStringList SplitFields(const QString& line, int count)
+{
+    std::vector<QStringView> views(static_cast<std::size_t>(std::max(count, 0)));
+    splitFields(line, count, views.data());
+    QStringList fields;
+    fields.reserve(count);
+    for (const QStringView v : views)
+        fields.append(v.toString());
+    return fields;
+}
+
+bool CheckTimeFields(QString& days, QString& hours, QString& minutes, QString& seconds)
+{
+    struct Field {
+        QString* text;
+        int maximum;
+    };
+    const std::array<Field, 4> fields{{{&days, 99}, {&hours, 23}, {&minutes, 59}, {&seconds, 59}}};
+    std::array<int, 4> values{};
+    int total = 0;
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        try {
+            values[i] = toInt16(*fields[i].text);
+        } catch (const RuntimeError&) {
+            return false;
+        }
+        if (values[i] < 0 || values[i] > fields[i].maximum)
+            return false;
+        total += values[i];
+    }
+    if (total == 0)
+        return false;
+    for (std::size_t i = 0; i < fields.size(); ++i)
+        *fields[i].text = twoDigits(values[i]);
+    return true;
+}
+
+namespace {
+
+// A file that is not a data file of a kind this program reads: "This file is a different
+// data type."
+struct Refused {};
+
+// Lines of a file, read in large blocks; a line is valid until the next call.
+class LineReader {
+public:
+    explicit LineReader(QFile& file) : m_file(file) {}
+
+    // The next line without its CR LF; false at the end of the file.
+    bool next(QByteArrayView& line)
+    {
+        for (;;) {
+            const char* data = m_buffer.constData();
+            const qsizetype size = m_buffer.size();
+            const auto* lf = static_cast<const char*>(std::memchr(data + m_begin, '\n', static_cast<std::size_t>(size - m_begin)));
+            if (lf) {
+                const qsizetype end = lf - data;
+                take(line, end);
+                m_begin = end + 1;
+                return true;
+            }
+            if (size - m_begin > DataFileMaxLineLength + 1)
+                throw tooLong(m_number + 1);
+            if (m_atEnd) {
+                if (m_begin == size)
+                    return false;
+                take(line, size); // the last line may lack its CR LF
+                m_begin = size;
+                return true;
+            }
+            fill();
+        }
+    }
+
+    int lineNumber() const { return m_number; }
+
+private:
+    static RuntimeError tooLong(int number)
+    {
+        return RuntimeError(
+            QStringLiteral("Line %1 is longer than %2 characters.").arg(number).arg(DataFileMaxLineLength));
+    }
+
+    void take(QByteArrayView& line, qsizetype end)
+    {
+        qsizetype length = end - m_begin;
+        if (length > 0 && m_buffer.at(end - 1) == '\r')
+            --length;
+        ++m_number;
+        if (length > DataFileMaxLineLength)
+            throw tooLong(m_number);
+        line = QByteArrayView(m_buffer.constData() + m_begin, length);
+    }
+
+    void fill()
+    {
+        constexpr qsizetype Block = 256 * 1024;
+        m_buffer.remove(0, m_begin);
+        m_begin = 0;
+        const qsizetype kept = m_buffer.size();
+        m_buffer.resize(kept + Block);
+        const qint64 n = m_file.read(m_buffer.data() + kept, Block);
+        if (n < 0)
+            throw RuntimeError(QStringLiteral("The file cannot be read: %1").arg(m_file.errorString()));
+        m_buffer.resize(kept + n);
+        if (n == 0)
+            m_atEnd = true;
+    }
+
+    QFile& m_file;
+    QByteArray m_buffer;
+    qsizetype m_begin = 0;
+    bool m_atEnd = false;
+    int m_number = 0;
+};
+
+// Latin-1 bytes widened to UTF-16 in a buffer that is reused line after line.
+class Widener {
+public:
+    QStringView operator()(QByteArrayView bytes)
+    {
+        m_chars.resize(static_cast<std::size_t>(bytes.size()));
+        const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
+        for (qsizetype i = 0; i < bytes.size(); ++i)
+            m_chars[static_cast<std::size_t>(i)] = in[i];
+        return QStringView(m_chars.data(), bytes.size());
+    }
+
+private:
+    std::vector<char16_t> m_chars;
+};
+
+// A line's text in a run-time error: line number first, so the user can find it.
+RuntimeError atLine(int number, const RuntimeError& e)
+{
+    return RuntimeError(QStringLiteral("Line %1: %2").arg(number).arg(e.description()));
+}
+
+// Single-byte output with CR LF line ends. A text that a data file cannot carry (a
+// character outside Latin-1, a "," or a line break inside a field) stops the writer rather
+// than producing a file that would read back differently.
+class Latin1Writer {
+public:
+    void reserve(qsizetype bytes) { m_bytes.reserve(bytes); }
+
+    void field(QStringView text)
+    {
+        const qsizetype at = m_bytes.size();
+        m_bytes.resize(at + text.size());
+        char* out = m_bytes.data() + at;
+        for (const QChar c : text) {
+            const char16_t u = c.unicode();
+            if (u > 0xFF || u == u',' || u == u'\r' || u == u'\n')
+                refuse(text.toString());
+            *out++ = static_cast<char>(u);
+        }
+    }
+
+    // A stored text: single bytes already, only the separators need a look.
+    void field(QLatin1StringView text)
+    {
+        for (const char c : text) {
+            if (c == ',' || c == '\r' || c == '\n')
+                refuse(QString(text));
+        }
+        m_bytes.append(text.data(), text.size());
+    }
+
+    void comma() { m_bytes.append(','); }
+    void endLine() { m_bytes.append("\r\n", 2); }
+
+    void line(std::initializer_list<QStringView> fields)
+    {
+        bool first = true;
+        for (const QStringView f : fields) {
+            if (!first)
+                comma();
+            field(f);
+            first = false;
+        }
+        endLine();
+    }
+
+    QByteArray take() { return std::move(m_bytes); }
+
+private:
+    [[noreturn]] static void refuse(const QString& text)
+    {
+        throw RuntimeError(QStringLiteral("The text \"%1\" cannot be written to a data file: it holds a comma, a line "
+                                          "break or a character outside the single-byte character set.")
+                               .arg(text));
+    }
+
+    QByteArray m_bytes;
+};
+
+} // namespace
+
+// --- Writing ---------------------------------------------------------------------------------------
+
+QByteArray DataDocument::dataFileBytes()
+{
+    if (d->modelCopy.isEmpty())
+        d->modelCopy = QStringLiteral("0");
+    Latin1Writer out;
+    out.reserve(qsizetype(d->rows) * 40 + 512);
+
+    // 1: kind, "1" with statistics by unit, ",", the mode code.
+    out.line({QString::number(d->kind) + (d->statsByUnit == 1 ? QStringLiteral("1") : QString()), d->modelCopy});
+    // 2: window size of the normal state and 0 normal / 2 maximized.
+    out.line({shortestSingleText(d->windowWidth), shortestSingleText(d->windowHeight),
+              d->windowState == 2 ? QStringLiteral("2") : QStringLiteral("0")});
+    const TimeTexts& i = d->interval;
+    out.line({i.days, i.hours, i.minutes, i.seconds});
+    const PeriodTexts p = GetPeriod();
+    out.line({p.none, p.days, p.hours, p.minutes, p.seconds});
+    out.line({GetGraphcount()});
+    const AxisXTexts x = GetAxisX();
+    out.line({x.automatic, x.perLabel, x.perTick});
+    const AxisYTexts y = GetAxisY();
+    out.line({y.automatic, y.minimum, y.maximum, y.major, y.minor});
+
+    const bool withRaw = d->statsByUnit == 1;
+    for (int row = 1; row < d->rows; ++row) {
+        const int i = row - 1;
+        out.field(d->cells.text(i, RowStore::Time));
+        out.comma();
+        out.field(d->cells.text(i, RowStore::Value));
+        out.comma();
+        out.field(d->cells.text(i, RowStore::Mode));
+        if (withRaw) {
+            if (row > MaxReadings)
+                throw RuntimeError(QStringLiteral("Row %1 is beyond the %2 readings a document holds.")
+                                       .arg(row)
+                                       .arg(MaxReadings));
+            out.comma();
+            out.field(d->cells.text(i, RowStore::Raw));
+        }
+        out.endLine();
+    }
+    return out.take();
+}
+
+bool DataDocument::WriteDataFile(const QString& path)
+{
+    try {
+        writeFileSynced(path, dataFileBytes());
+        return true;
+    } catch (const RuntimeError& e) {
+        programState().LastError = e.description();
+        return false;
+    }
+}
+
+bool DataDocument::SaveFile(const QString& path)
+{
+    busy(true);
+    EnsureWorkFile();
+    const QString& work = programState().WorkPath;
+    bool ok = WriteDataFile(work);
+    if (ok) {
+        try {
+            replaceFileWith(work, path);
+        } catch (const RuntimeError& e) {
+            programState().LastError = e.description();
+            ok = false;
+        }
+    }
+    DeleteWorkFile();
+    if (ok) {
+        d->unchanged = true;
+        d->fileName = path;
+        d->caption = path;
+        busy(false);
+        if (!m_quiet)
+            emit captionChanged(d->caption);
+        return true;
+    }
+    busy(false);
+    showFailure(path);
+    return false;
+}
+
+// --- Reading ---------------------------------------------------------------------------------------
+
+bool DataDocument::ReadDataFile(const QString& path)
+{
+    try {
+        readDataFile(path);
+    } catch (const Refused&) {
+        programState().LastError = ResID(Res::DifferentDataType);
+        return false;
+    } catch (const RuntimeError& e) {
+        programState().LastError = e.description();
+        return false;
+    }
+    emitEverything(); // the grid's redrawing is on again
+    return true;
+}
+
+void DataDocument::readDataFile(const QString& path)
+{
+    ProgramState& state = programState();
+    state.MeterModel.clear();
+    Quiet quiet(this);
+
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw RuntimeError(QStringLiteral("The file cannot be opened: %1").arg(file.errorString()));
+    LineReader reader(file);
+    Widener widen;
+    QByteArrayView bytes;
+    const auto header = [&](int number) -> QStringView {
+        if (!reader.next(bytes))
+            throw RuntimeError(number == 1 ? QStringLiteral("The file is empty.")
+                                           : QStringLiteral("Line %1 is missing: the file ends after line %2.")
+                                                 .arg(number)
+                                                 .arg(number - 1));
+        return widen(bytes);
+    };
+    std::array<QStringView, 5> f;
+    // Runs one header line's conversions; a failure names the line.
+    const auto atLineOf = [](int number, const auto& work) {
+        try {
+            work();
+        } catch (const RuntimeError& e) {
+            throw atLine(number, e);
+        }
+    };
+
+    // Line 1: kind, statistics flag, mode code.
+    const QString first = header(1).toString();
+    state.MeterModel = first.contains(QLatin1Char(',')) ? first.right(1) : QStringLiteral("0");
+    const int kind = ParseDataKind(first.left(1));
+    if (kind == DataKinds::Unknown || kind == DataKinds::Monitor)
+        throw Refused{};
+    setKind(kind);
+    if (first.size() == 1) {
+        d->statsByUnit = 0;
+    } else {
+        // "2,0", which the writer makes for a document without statistics by unit, is
+        // refused here: only the one-character line reads back as flag 0.
+        if (first.at(1) != QLatin1Char('1'))
+            throw Refused{};
+        d->statsByUnit = 1;
+    }
+
+    // Line 2: window size and state.
+    QStringView line = header(2);
+    splitFields(line, 3, f.data());
+    atLineOf(2, [&] {
+        const std::int16_t width = toInt16(f[0].toString());
+        const std::int16_t height = toInt16(f[1].toString());
+        const std::int16_t windowState = toInt16(f[2].toString());
+        if (windowState < 0 || windowState > 2)
+            throw RuntimeError(QStringLiteral("The window state \"%1\" is not 0, 1 or 2.").arg(f[2]));
+        d->windowWidth = width;
+        d->windowHeight = height;
+        d->windowState = windowState;
+    });
+
+    // Line 3: interval.
+    line = header(3);
+    if (kind == DataKinds::Realtime) {
+        splitFields(line, 4, f.data());
+        QString days = f[0].toString(), hours = f[1].toString(), minutes = f[2].toString(), seconds = f[3].toString();
+        if (!CheckTimeFields(days, hours, minutes, seconds))
+            throw Refused{};
+        SetInterval(days, hours, minutes, seconds);
+    } else if (kind == DataKinds::Logging) {
+        splitFields(line, 4, f.data());
+        if (!f[3].isEmpty())
+            DispInterval(f[3].toString());
+    }
+
+    // Line 4: period.
+    line = header(4);
+    if (kind == DataKinds::Realtime) {
+        splitFields(line, 5, f.data());
+        QString days = f[1].toString(), hours = f[2].toString(), minutes = f[3].toString(), seconds = f[4].toString();
+        if (!CheckTimeFields(days, hours, minutes, seconds))
+            throw Refused{};
+        atLineOf(4, [&] { SetPeriod(toBoolean(f[0].toString()), days, hours, minutes, seconds); });
+    }
+
+    // Line 5: graph count.
+    line = header(5);
+    atLineOf(5, [&] {
+        SetGraphcount(toInt16(line.toString()));
+        PaintGraphtop();
+    });
+
+    // Line 6: X axis.
+    line = header(6);
+    splitFields(line, 3, f.data());
+    atLineOf(6, [&] {
+        // Converted left to right, so that the first bad field is the one named.
+        const bool automatic = toBoolean(f[0].toString());
+        const std::int16_t perLabel = toInt16(f[1].toString());
+        const std::int16_t perTick = toInt16(f[2].toString());
+        SetAxisX(automatic, perLabel, perTick);
+    });
+
+    // Line 7: Y axis.
+    line = header(7);
+    splitFields(line, 5, f.data());
+    atLineOf(7, [&] {
+        const bool automatic = toBoolean(f[0].toString());
+        const std::int16_t major = toInt16(f[3].toString());
+        const std::int16_t minor = toInt16(f[4].toString());
+        SetAxisY(automatic, f[1].toString(), f[2].toString(), major, minor);
+    });
+
+    // The rows.
+    d->count = 0;
+    d->stats.chartMaxRow = 0;
+    d->stats.chartMinRow = 0;
+    d->stats.sum = 0;
+    d->stats.numericCount = 0;
+    d->stats.unitCode = UnitCodes::None;
+    d->stats.statusMaxRow = 0;
+    d->stats.statusMinRow = 0;
+    std::array<QLatin1StringView, 4> row;
+    std::int32_t blanks = 0;
+    int rowLines = 0;
+    const bool withRaw = d->statsByUnit == 1;
+    const int fieldCount = withRaw ? 4 : 3;
+
+    // Room for the rows the file probably holds, so the columns grow once.
+    const int expected = static_cast<int>(std::min<qint64>(file.size() / 24 + 32, MaxReadings));
+    d->cells.reserve(expected, static_cast<std::size_t>(file.size()));
+    d->label.reserve(static_cast<std::size_t>(expected));
+    d->number.reserve(static_cast<std::size_t>(expected));
+
+    while (reader.next(bytes)) {
+        const int number = reader.lineNumber();
+        if (++rowLines > MaxReadings)
+            throw RuntimeError(QStringLiteral("Line %1: the file holds more than %2 rows; a document holds at most "
+                                              "%2 readings.")
+                                   .arg(number)
+                                   .arg(MaxReadings));
+        try {
+            if (d->count + blanks + 1 == d->rows)
+                appendGridRow();
+            splitFields(QLatin1StringView(bytes.data(), bytes.size()), fieldCount, row.data());
+            if (kind != DataKinds::Save && row[1].isEmpty()) {
+                // A blank row: only its number. SAVE-mode files keep such rows as readings.
+                ++blanks;
+                d->setLabel(d->count + blanks, d->count + blanks);
+                continue;
+            }
+            addReading(row[0], row[1], row[2], withRaw ? row[3] : QLatin1StringView());
+        } catch (const RuntimeError& e) {
+            throw atLine(number, e);
+        }
+    }
+
+    // Fewer than 20 readings from a meter that numbers from 0: the empty rows up to 20 too.
+    const double model = leadingNumber(state.MeterModel);
+    if (d->count < 20 && model >= 2 && model <= 5 && model == std::floor(model)) {
+        for (int row = d->count + 1; row <= 20 && row < d->rows; ++row)
+            d->setLabel(row, row - 1);
+    }
+}
+
+bool DataDocument::OpenFile(const QString& path)
+{
+    busy(true);
+    ProgramState& state = programState();
+    // A failed open leaves the document as it was: half a file is never shown.
+    const Content before = *d;
+    const QString modelBefore = state.MeterModel;
+
+    EnsureWorkFile();
+    bool ok = false;
+    try {
+        copyFileLimited(path, state.WorkPath, DataFileMaxBytes);
+        ok = ReadDataFile(state.WorkPath);
+    } catch (const RuntimeError& e) {
+        state.LastError = e.description();
+    }
+    DeleteWorkFile();
+
+    if (ok) {
+        DispCalculation();
+        PaintGraphtop();
+        d->unchanged = true;
+        d->fileName = path;
+        d->caption = path;
+        busy(false);
+        if (!m_quiet) {
+            emit captionChanged(d->caption);
+            emit commandStateRequested();
+        }
+        return true;
+    }
+
+    *d = before;
+    state.MeterModel = modelBefore;
+    d->unchanged = true; // closing it asks nothing
+    emitEverything();
+    busy(false);
+    showFailure(path);
+    return false;
+}
+
+} // namespace quvo

@@ -1,0 +1,152 @@
+#include "document/RowStore.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+namespace quvo {
+
+RowStore::RowStore(const RowStore& other)
+    : m_capacity(other.m_used), m_used(other.m_used), m_rows(other.m_rows), m_unused(other.m_unused)
+{
+    if (m_used > 0) {
+        m_bytes.reset(new char[m_used]);
+        std::memcpy(m_bytes.get(), other.m_bytes.get(), m_used);
+    }
+}
+
+RowStore& RowStore::operator=(const RowStore& other)
+{
+    if (this != &other) {
+        RowStore copy(other);
+        *this = std::move(copy);
+    }
+    return *this;
+}
+
+bool RowStore::fitsLatin1(QStringView text)
+{
+    for (const QChar c : text) {
+        if (c.unicode() > 0xFF)
+            return false;
+    }
+    return true;
+}
+
+void RowStore::resize(int rows)
+{
+    const auto n = static_cast<std::size_t>(std::max(rows, 0));
+    for (std::size_t i = n; i < m_rows.size(); ++i)
+        m_unused += m_rows[i].total();
+    m_rows.resize(n);
+}
+
+void RowStore::clear()
+{
+    m_rows.clear();
+    m_bytes.reset();
+    m_capacity = 0;
+    m_used = 0;
+    m_unused = 0;
+}
+
+void RowStore::reserve(int rows, std::size_t bytes)
+{
+    m_rows.reserve(static_cast<std::size_t>(std::max(rows, 0)));
+    if (bytes > m_capacity)
+        grow(bytes);
+}
+
+namespace {
+// Copies one text into the buffer as single bytes.
+char* put(char* out, QStringView text)
+{
+    const char16_t* in = text.utf16();
+    for (qsizetype i = 0; i < text.size(); ++i)
+        *out++ = static_cast<char>(in[i]);
+    return out;
+}
+
+char* put(char* out, QLatin1StringView text)
+{
+    if (!text.isEmpty())
+        std::memcpy(out, text.data(), static_cast<std::size_t>(text.size()));
+    return out + text.size();
+}
+} // namespace
+
+void RowStore::setRow(int row, const std::array<QStringView, FieldCount>& texts)
+{
+    store(row, texts);
+}
+
+void RowStore::setRow(int row, const std::array<QLatin1StringView, FieldCount>& texts)
+{
+    store(row, texts);
+}
+
+template <class View>
+void RowStore::store(int row, const std::array<View, FieldCount>& texts)
+{
+    Row& r = m_rows[static_cast<std::size_t>(row)];
+    std::size_t total = 0;
+    for (const View t : texts)
+        total += static_cast<std::size_t>(t.size());
+    const std::uint32_t old = r.total();
+    char* out = nullptr;
+    if (total <= old) {
+        out = m_bytes.get() + r.offset; // fits where the old texts were
+        m_unused += old - total;
+    } else {
+        if (m_used + total > std::numeric_limits<std::uint32_t>::max())
+            throw std::length_error("row store too large");
+        m_unused += old;
+        if (m_used + total > m_capacity)
+            grow(std::max(m_used + total, m_capacity * 2));
+        r.offset = static_cast<std::uint32_t>(m_used);
+        m_used += total;
+        out = m_bytes.get() + r.offset;
+    }
+    for (int f = 0; f < FieldCount; ++f) {
+        const View t = texts[static_cast<std::size_t>(f)];
+        out = put(out, t);
+        r.length[static_cast<std::size_t>(f)] = static_cast<std::uint16_t>(t.size());
+    }
+    if (m_unused > 4096 && m_unused > m_used / 2)
+        compact();
+}
+
+std::size_t RowStore::bytesHeld() const
+{
+    return m_capacity + m_rows.capacity() * sizeof(Row);
+}
+
+void RowStore::grow(std::size_t capacity)
+{
+    std::unique_ptr<char[]> bigger(new char[capacity]);
+    if (m_used > 0)
+        std::memcpy(bigger.get(), m_bytes.get(), m_used);
+    m_bytes = std::move(bigger);
+    m_capacity = capacity;
+}
+
+void RowStore::compact()
+{
+    const std::size_t live = m_used - m_unused;
+    std::unique_ptr<char[]> packed(new char[live + 1024]);
+    std::size_t used = 0;
+    for (Row& r : m_rows) {
+        const std::uint32_t n = r.total();
+        if (n > 0)
+            std::memcpy(packed.get() + used, m_bytes.get() + r.offset, n);
+        r.offset = static_cast<std::uint32_t>(used);
+        used += n;
+    }
+    m_bytes = std::move(packed);
+    m_capacity = live + 1024;
+    m_used = used;
+    m_unused = 0;
+}
+
+} // namespace quvo

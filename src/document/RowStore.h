@@ -1,0 +1,92 @@
+#pragma once
+// The texts of a document's readings: per grid row its time, value, mode and raw text, kept
+// as single-byte (Latin-1) characters, the data file's own character set, one after the
+// other in a single buffer. A full document of 32767 rows is one buffer of about 1 MB plus
+// 12 bytes per row, instead of 130 000 separate strings.
+//
+// A row written again whose texts fit in its old place is overwritten there; otherwise its
+// texts go to the end of the buffer, which is compacted when more than half of it is no
+// longer referenced. Views handed out stay valid until the store is next changed.
+
+#include <QLatin1StringView>
+#include <QStringView>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace quvo {
+
+class RowStore {
+public:
+    enum Field { Time = 0, Value = 1, Mode = 2, Raw = 3 };
+    static constexpr int FieldCount = 4;
+    static constexpr qsizetype MaxTextLength = 65535; // characters of one text
+
+    // True when every character of the text has a single-byte form (U+0000..U+00FF).
+    static bool fitsLatin1(QStringView text);
+
+    RowStore() = default;
+    RowStore(const RowStore& other);
+    RowStore& operator=(const RowStore& other);
+    RowStore(RowStore&& other) noexcept { *this = std::move(other); }
+    RowStore& operator=(RowStore&& other) noexcept
+    {
+        m_bytes = std::move(other.m_bytes);
+        m_capacity = std::exchange(other.m_capacity, 0);
+        m_used = std::exchange(other.m_used, 0);
+        m_rows = std::move(other.m_rows);
+        other.m_rows.clear();
+        m_unused = std::exchange(other.m_unused, 0);
+        return *this;
+    }
+    ~RowStore() = default;
+
+    int size() const { return static_cast<int>(m_rows.size()); }
+
+    // New rows are empty; rows past the new size are dropped.
+    void resize(int rows);
+    void clear();
+    void reserve(int rows, std::size_t bytes);
+
+    QLatin1StringView text(int row, Field field) const
+    {
+        const Row& r = m_rows[static_cast<std::size_t>(row)];
+        std::uint32_t offset = r.offset;
+        for (int f = 0; f < field; ++f)
+            offset += r.length[static_cast<std::size_t>(f)];
+        return QLatin1StringView(m_bytes.get() + offset, r.length[static_cast<std::size_t>(field)]);
+    }
+
+    // Stores the four texts of a row. Each must fit Latin-1 and MaxTextLength (the caller
+    // checks; characters beyond U+00FF would be cut to their low byte).
+    void setRow(int row, const std::array<QStringView, FieldCount>& texts);
+    void setRow(int row, const std::array<QLatin1StringView, FieldCount>& texts);
+
+    // Bytes held (capacities), for the memory figures.
+    std::size_t bytesHeld() const;
+
+private:
+    struct Row {
+        std::uint32_t offset = 0;
+        std::array<std::uint16_t, FieldCount> length{};
+        std::uint32_t total() const { return std::uint32_t(length[0]) + length[1] + length[2] + length[3]; }
+    };
+
+    template <class View>
+    void store(int row, const std::array<View, FieldCount>& texts);
+    void compact();
+    void grow(std::size_t capacity);
+
+    // The buffer, grown in steps and never zero-filled: bytes past m_used are free room.
+    std::unique_ptr<char[]> m_bytes;
+    std::size_t m_capacity = 0;
+    std::size_t m_used = 0;
+    std::vector<Row> m_rows;
+    std::size_t m_unused = 0; // bytes of the buffer no row refers to any more
+};
+
+} // namespace quvo
