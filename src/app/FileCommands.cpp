@@ -34,7 +34,7 @@ bool hasSpecialAttributes(const QString& path)
 }
 
 FileCommands::FileCommands(Prompter& prompter, DocumentWindows& windows, CommandHost& host)
-    : m_prompter(prompter), m_windows(windows), m_host(host)
+    : m_prompter(&prompter), m_windows(windows), m_host(host)
 {
 }
 
@@ -53,7 +53,7 @@ void FileCommands::FileOpen()
     request.mode = FileDialogRequest::Mode::Open;
     request.filter = dataFileFilter();
     request.fileMustExist = true;
-    const QString name = m_prompter.chooseFile(request);
+    const QString name = m_prompter->chooseFile(request);
     if (name.isEmpty())
         return;
     openFile(name);
@@ -74,7 +74,7 @@ bool FileCommands::refuseReadOnly(const QString& name)
 {
     if (!hasSpecialAttributes(name))
         return false;
-    m_prompter.warn(name + CrLf + ResID(Res::ReadOnlyFile) + CrLf + ResID(Res::SpecifyDifferentName));
+    m_prompter->warn(name + CrLf + ResID(Res::ReadOnlyFile) + CrLf + ResID(Res::SpecifyDifferentName));
     return true;
 }
 
@@ -99,11 +99,11 @@ void FileCommands::FileSaveAs(DataDocument& document)
     request.defaultExtension = QStringLiteral("CSV");
     request.overwritePrompt = true;
     request.pathMustExist = true;
-    const QString name = m_prompter.chooseFile(request);
+    const QString name = m_prompter->chooseFile(request);
     if (name.isEmpty())
         return;
     if (name != document.GetFilename() && IsFileAlreadyOpen(name)) {
-        m_prompter.warn(name + CrLf + ResID(Res::FileAlreadyOpen) + CrLf + ResID(Res::SpecifyDifferentName2));
+        m_prompter->warn(name + CrLf + ResID(Res::FileAlreadyOpen) + CrLf + ResID(Res::SpecifyDifferentName2));
         return;
     }
     if (refuseReadOnly(name))

@@ -35,6 +35,9 @@ class FileCommands {
 public:
     FileCommands(Prompter& prompter, DocumentWindows& windows, CommandHost& host);
 
+    // Where the commands' messages and file dialogs go from now on.
+    void setPrompter(Prompter& prompter) { m_prompter = &prompter; }
+
     // True when a data document shows this file: the names are compared exactly, letter case
     // included.
     bool IsFileAlreadyOpen(const QString& name) const;
@@ -57,7 +60,7 @@ public:
 private:
     bool refuseReadOnly(const QString& name);
 
-    Prompter& m_prompter;
+    Prompter* m_prompter;
     DocumentWindows& m_windows;
     CommandHost& m_host;
 };
