@@ -140,11 +140,8 @@ void frmCancel::hideEvent(QHideEvent* event)
 
 void frmCancel::closeEvent(QCloseEvent* event)
 {
-    if (event->spontaneous()) {
-        event->ignore(); // the frame's close: only Cancel asks the transfer to stop
-        return;
-    }
-    QWidget::closeEvent(event);
+    // Only Cancel asks the transfer to stop; the transfer unloads the dialog itself.
+    event->ignore();
 }
 
 void frmCancel::disableOthers()

@@ -6,8 +6,8 @@
 //
 // While it is shown every other window of the program is disabled, so the transfer (which
 // keeps the event loop running) cannot be disturbed; they are enabled again when it is
-// hidden, unloaded or destroyed. The user cannot close it from its frame: only Cancel asks
-// the transfer to end, and the transfer unloads it.
+// hidden, unloaded or destroyed. It cannot be closed (from its frame or otherwise): only
+// Cancel asks the transfer to end, and the transfer unloads it.
 
 #include "acquisition/CancelDialog.h"
 #include "resources/ProgressView.h"

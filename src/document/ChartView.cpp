@@ -14,7 +14,7 @@ namespace quvo {
 namespace {
 
 // Marks of the category axis closer than this are spread apart.
-constexpr double MinimumTickPixels = 4;
+constexpr double MinimumTickPixels = 8;
 
 // Rewrites the values of a series with keys 1..n, keeping its container when it already has
 // n points.
@@ -260,14 +260,8 @@ ChartView::ChartView(QWidget* parent) : QCustomPlot(parent)
     setBackground(Qt::white);
     axisRect()->setBackground(Qt::white); // the plot backdrop
 
-    // Series 1: the readings, pen width 2.
-    m_line = new GapGraph(xAxis, yAxis);
-    m_line->setName(QStringLiteral("Data"));
-    m_line->setPen(QPen(QColor(0, 0, 255), 2));
-    m_line->setLineStyle(QCPGraph::lsLine);
-    m_line->setAdaptiveSampling(true);
-
-    // Series 2 and 3: MAX and MIN at every point, as markers without a line.
+    // Series 2 and 3: MAX and MIN at every point, as markers without a line. They are made
+    // first so that the readings' line is drawn over them.
     m_max = addGraph(xAxis, yAxis);
     m_max->setName(QStringLiteral("MAX"));
     m_max->setLineStyle(QCPGraph::lsNone);
@@ -281,6 +275,13 @@ ChartView::ChartView(QWidget* parent) : QCustomPlot(parent)
         QCPScatterStyle(QCPScatterStyle::ssTriangleInverted, QColor(0, 150, 0), QColor(0, 150, 0), 6));
     m_max->setVisible(false);
     m_min->setVisible(false);
+
+    // Series 1: the readings, pen width 2.
+    m_line = new GapGraph(xAxis, yAxis);
+    m_line->setName(QStringLiteral("Data"));
+    m_line->setPen(QPen(QColor(0, 0, 255), 2));
+    m_line->setLineStyle(QCPGraph::lsLine);
+    m_line->setAdaptiveSampling(true);
 
     // X axis: categories; no tick marks (the divisions show as grid lines), labels under them.
     m_xTicker = QSharedPointer<CategoryTicker>::create(xAxis);

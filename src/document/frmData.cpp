@@ -379,6 +379,9 @@ void frmData::onRealtimeRowAdded(int row)
     const int top = m_grid->rowViewportPosition(r);
     if (top >= 0 && top + m_grid->rowHeight(r) <= m_grid->viewport()->height())
         return; // visible already
+    // The view lays its new rows out later; its scroll range must know them now. Near the
+    // end of the grid the new row cannot be the top row: it is then the last visible one.
+    m_grid->doItemsLayout();
     m_grid->scrollTo(m_model->index(r, 0), QAbstractItemView::PositionAtTop);
 }
 
