@@ -16,6 +16,28 @@ namespace {
 // Marks of the category axis closer than this are spread apart.
 constexpr double MinimumTickPixels = 8;
 
+// Key to pixel of a linear axis as one multiplication and one addition (the axis's own
+// conversion checks its orientation and scale for every point).
+struct LinearMap {
+    double scale = 1;
+    double offset = 0;
+    explicit LinearMap(const QCPAxis* axis)
+    {
+        const double p0 = axis->coordToPixel(0);
+        const double p1 = axis->coordToPixel(1);
+        scale = p1 - p0;
+        offset = p0;
+        linear = axis->scaleType() == QCPAxis::stLinear;
+        m_axis = axis;
+    }
+    double operator()(double coordinate) const
+    {
+        return linear ? coordinate * scale + offset : m_axis->coordToPixel(coordinate);
+    }
+    bool linear = true;
+    const QCPAxis* m_axis;
+};
+
 // Rewrites the values of a series with keys 1..n, keeping its container when it already has
 // n points.
 void ensurePoints(QCPGraph* graph, int n)
@@ -224,6 +246,7 @@ void GapGraph::getOptimizedLineData(QVector<QCPGraphData>* lineData,
         column.open = false;
     };
 
+    const LinearMap toX(keyAxis);
     for (auto it = begin; it != end; ++it) {
         if (qIsNaN(it->value)) {
             // A gap: the line stops here, whatever else the column holds.
@@ -232,7 +255,7 @@ void GapGraph::getOptimizedLineData(QVector<QCPGraphData>* lineData,
                 lineData->append(QCPGraphData(it->key, qQNaN()));
             continue;
         }
-        const int pixel = static_cast<int>(std::floor(keyAxis->coordToPixel(it->key)));
+        const int pixel = static_cast<int>(std::floor(toX(it->key)));
         if (column.open && pixel != column.pixel)
             flush();
         if (!column.open) {
@@ -250,6 +273,40 @@ void GapGraph::getOptimizedLineData(QVector<QCPGraphData>* lineData,
     flush();
 }
 
+// --- MarkerGraph ---------------------------------------------------------------------------------
+
+MarkerGraph::MarkerGraph(QCPAxis* keyAxis, QCPAxis* valueAxis) : QCPGraph(keyAxis, valueAxis) {}
+
+void MarkerGraph::getOptimizedScatterData(QVector<QCPGraphData>* scatterData,
+                                          QCPGraphDataContainer::const_iterator begin,
+                                          QCPGraphDataContainer::const_iterator end) const
+{
+    if (!scatterData)
+        return;
+    scatterData->clear();
+    const QCPAxis* keyAxis = mKeyAxis.data();
+    const QCPAxis* valueAxis = mValueAxis.data();
+    if (!keyAxis || !valueAxis)
+        return;
+    const double spacing = std::max(1.0, mScatterStyle.size());
+    const LinearMap toX(keyAxis);
+    const LinearMap toY(valueAxis);
+    double lastX = 0, lastY = 0;
+    bool any = false;
+    for (auto it = begin; it != end; ++it) {
+        if (qIsNaN(it->value))
+            continue;
+        const double x = toX(it->key);
+        const double y = toY(it->value);
+        if (any && std::abs(x - lastX) < spacing && std::abs(y - lastY) < spacing)
+            continue; // would be drawn over the previous marker
+        scatterData->append(*it);
+        lastX = x;
+        lastY = y;
+        any = true;
+    }
+}
+
 // --- ChartView -----------------------------------------------------------------------------------
 
 ChartView::ChartView(QWidget* parent) : QCustomPlot(parent)
@@ -262,12 +319,12 @@ ChartView::ChartView(QWidget* parent) : QCustomPlot(parent)
 
     // Series 2 and 3: MAX and MIN at every point, as markers without a line. They are made
     // first so that the readings' line is drawn over them.
-    m_max = addGraph(xAxis, yAxis);
+    m_max = new MarkerGraph(xAxis, yAxis);
     m_max->setName(QStringLiteral("MAX"));
     m_max->setLineStyle(QCPGraph::lsNone);
     m_max->setPen(QPen(QColor(220, 0, 0), 1));
     m_max->setScatterStyle(QCPScatterStyle(QCPScatterStyle::ssTriangle, QColor(220, 0, 0), QColor(220, 0, 0), 6));
-    m_min = addGraph(xAxis, yAxis);
+    m_min = new MarkerGraph(xAxis, yAxis);
     m_min->setName(QStringLiteral("MIN"));
     m_min->setLineStyle(QCPGraph::lsNone);
     m_min->setPen(QPen(QColor(0, 150, 0), 1));
@@ -418,6 +475,13 @@ void ChartView::updateAxes()
     }
     yAxis->setRange(f.yMinimum, f.yMaximum);
     yAxis2->setRange(f.yMinimum, f.yMaximum);
+
+    // Smooth edges cost most of a redraw when the line is drawn per pixel column; there
+    // they are not seen anyway.
+    const bool dense = f.pointCount > std::max(1, axisRect()->width());
+    m_line->setAntialiased(!dense);
+    m_max->setAntialiasedScatters(!dense);
+    m_min->setAntialiasedScatters(!dense);
 }
 
 } // namespace quvo

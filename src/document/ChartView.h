@@ -100,6 +100,18 @@ protected:
                               const QCPGraphDataContainer::const_iterator& end) const override;
 };
 
+// Series 2 and 3: markers without a line. Markers that would fall on top of the one drawn
+// before them (closer than their size) are not drawn again, so a window of many points
+// shows a row of markers at the cost of one per marker width.
+class MarkerGraph : public QCPGraph {
+public:
+    MarkerGraph(QCPAxis* keyAxis, QCPAxis* valueAxis);
+
+protected:
+    void getOptimizedScatterData(QVector<QCPGraphData>* scatterData, QCPGraphDataContainer::const_iterator begin,
+                                 QCPGraphDataContainer::const_iterator end) const override;
+};
+
 class ChartView : public QCustomPlot {
     Q_OBJECT
 
@@ -126,8 +138,8 @@ private:
 
     QPointer<DataDocument> m_document;
     GapGraph* m_line = nullptr;
-    QCPGraph* m_max = nullptr;
-    QCPGraph* m_min = nullptr;
+    MarkerGraph* m_max = nullptr;
+    MarkerGraph* m_min = nullptr;
     QSharedPointer<CategoryTicker> m_xTicker;
     QSharedPointer<ValueTicker> m_yTicker;
     QSharedPointer<ValueTicker> m_y2Ticker;
