@@ -35,6 +35,28 @@ public:
     QString chooseFile(const FileDialogRequest&) override { return {}; }
 };
 
+// The row labels: as wide as the widest label a document can have ("32767"). Qt's own
+// header measures a sample of its labels whenever rows are added or relabelled, which would
+// be most of the cost of a new realtime row.
+class RowLabels : public QHeaderView {
+public:
+    explicit RowLabels(QWidget* parent) : QHeaderView(Qt::Vertical, parent) {}
+    QSize sizeHint() const override
+    {
+        const QFontMetrics fm(font());
+        return {fm.horizontalAdvance(QStringLiteral("32767")) + fm.horizontalAdvance(QStringLiteral("MM")),
+                fm.height() + 4};
+    }
+};
+
+// The grid, with its scroll range brought up to date on request (a new row is laid out by
+// the view only later, from the event loop).
+class DataGrid : public QTableView {
+public:
+    using QTableView::QTableView;
+    using QTableView::updateGeometries;
+};
+
 int stateCode(Qt::WindowStates state)
 {
     if (state & Qt::WindowMinimized)
@@ -143,7 +165,7 @@ void frmData::build()
     }
 
     m_model = new DocumentTableModel(m_document, this);
-    m_grid = new QTableView(this);
+    m_grid = new DataGrid(this);
     m_grid->setObjectName(QStringLiteral("fgData"));
     m_grid->setModel(m_model);
     m_grid->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -151,7 +173,8 @@ void frmData::build()
     m_grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_grid->setVerticalScrollMode(QAbstractItemView::ScrollPerItem);
     m_grid->setWordWrap(false);
-    QHeaderView* rows = m_grid->verticalHeader();
+    auto* rows = new RowLabels(m_grid);
+    m_grid->setVerticalHeader(rows);
     rows->setSectionResizeMode(QHeaderView::Fixed);
     rows->setDefaultSectionSize(fm.height() + 4);
     rows->setMinimumWidth(fm.horizontalAdvance(QStringLiteral("32767")) + pad);
@@ -381,7 +404,7 @@ void frmData::onRealtimeRowAdded(int row)
         return; // visible already
     // The view lays its new rows out later; its scroll range must know them now. Near the
     // end of the grid the new row cannot be the top row: it is then the last visible one.
-    m_grid->doItemsLayout();
+    static_cast<DataGrid*>(m_grid)->updateGeometries();
     m_grid->scrollTo(m_model->index(r, 0), QAbstractItemView::PositionAtTop);
 }
 
