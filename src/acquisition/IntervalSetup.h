@@ -1,8 +1,8 @@
 #pragma once
 // The rules of the interval and period of a realtime recording, without widgets: the check
 // of one time field with its correction, the checks of a whole interval and period, the one
-// message that reports a correction, and the transfer to and from a document. The Interval
-// and period dialog (frmInterval) and the command-line program both use them.
+// message that reports a correction, and the transfer to and from a document. QtCore only,
+// so the Interval and period dialog (frmInterval) and the command-line program can share them.
 
 #include "document/DataDocument.h"
 

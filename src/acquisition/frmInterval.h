@@ -1,6 +1,7 @@
 #pragma once
 // frmInterval: the modal "Interval and period setup" dialog for a realtime document. The
-// rules are IntervalSetup's; the dialog shows the boxes and option buttons.
+// rules are IntervalSetup's; the dialog shows the boxes and option buttons. OK needs the
+// document and a prompter (for the correction message); without them it does nothing.
 
 #include "acquisition/IntervalSetup.h"
 

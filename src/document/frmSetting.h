@@ -25,7 +25,8 @@ public:
     frmSetting(DataDocument* document, Prompter* prompter, QWidget* parent = nullptr);
 
     // Checks the boxes, corrects them in place and hands the values to the document; the
-    // message is shown when a box was wrong (false).
+    // message is shown when a box was wrong (false). Without a document or a prompter
+    // nothing is checked or applied (false).
     bool ApplyGraphSetup();
 
     // The boxes and option buttons as the rules see them.
