@@ -1,10 +1,16 @@
-// Forwarding a full document (32767 rows) through the workbook interface, from the first
-// cell to the written .xlsx file: into a new workbook, and as a new sheet of an existing
-// one. Goal: at most 2 s each.
+// Forwarding a full document (32767 rows), from the first cell to the written .xlsx file:
+// through the workbook interface alone into a new workbook and as a new sheet of an
+// existing one, and through the forwarding engine from a data document (whole, and row by
+// row as a recording does). Goal: at most 2 s each.
 //
 //   build/bench/forward_bench --benchmark_min_time=1
 
+#include "document/DataDocument.h"
+#include "forward/Forward.h"
 #include "forward/XlsxBackend.h"
+#include "resources/Constant.h"
+#include "resources/ProgramState.h"
+#include "resources/ProgressView.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -130,6 +136,102 @@ void AddToExistingWorkbook(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * rows);
 }
 BENCHMARK(AddToExistingWorkbook)->Arg(FullDocument)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// A realtime document of 32767 readings (one a second, millivolts, an ERROR now and
+// then), as a full recording leaves it.
+std::unique_ptr<quvo::DataDocument> fullDocument()
+{
+    using namespace quvo;
+    auto doc = std::make_unique<DataDocument>();
+    doc->OpenNew(DataKinds::Realtime);
+    for (int i = 0; i < FullDocument; ++i) {
+        const int second = i % 86400;
+        const QString time = QStringLiteral("%1:%2:%3")
+                                 .arg(second / 3600, 2, 10, QLatin1Char('0'))
+                                 .arg(second / 60 % 60, 2, 10, QLatin1Char('0'))
+                                 .arg(second % 60, 2, 10, QLatin1Char('0'));
+        doc->AddGridrow();
+        if (i % 100 == 99)
+            doc->AddData(time, QStringLiteral("ERROR"), QString(), QStringLiteral("ERROR"));
+        else
+            doc->AddData(time, QString::number(100 + i % 900) + QStringLiteral("E-3"), QStringLiteral("VDC"),
+                         QString::number(100 + i % 900) + QStringLiteral("E-3"));
+    }
+    doc->DispCalculation();
+    return doc;
+}
+
+// The progress dialog's calls, counted (what a dialog costs is the dialog's own business).
+class CountingProgress : public quvo::ProgressView {
+public:
+    void show() override {}
+    void unload() override {}
+    void SetCaption(const QString&) override {}
+    void SetMessage(const QString&) override {}
+    void RenProgress(bool, std::int16_t, std::int16_t) override { ++calls; }
+    void setCancelEnabled(bool) override {}
+    int calls = 0;
+};
+
+// File > Forward of a full document: the engine reads the document's grid and statistics
+// and writes through the workbook objects into a new .xlsx file.
+void ForwardDocument(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    const auto doc = fullDocument();
+    quvo::programState().CurrentDoc = doc.get();
+    quvo::XlsxSettings settings;
+    settings.newWorkbookLocation = dir.path() + QLatin1Char('/');
+    quvo::Forward engine;
+    QStringList failures;
+    settings.reportFailure = [&failures](const QString& message) { failures.append(message); };
+    quvo::XlsxConnector connector(settings);
+    engine.setConnector(&connector);
+    engine.setProgressFactory([] { return std::make_unique<CountingProgress>(); });
+    quvo::programState().ExcelTitle = QStringLiteral("Benchmark");
+    for (auto _ : state) {
+        const auto writtenBefore = connector.writtenFiles().size();
+        engine.ForwardToExcel(); // the file is written when the application is shown again
+        state.PauseTiming();
+        if (connector.writtenFiles().size() != writtenBefore + 1 || !failures.isEmpty()) {
+            state.SkipWithError("the workbook was not written");
+            break;
+        }
+        QFile::remove(connector.writtenFiles().last());
+        state.ResumeTiming();
+    }
+    quvo::programState().CurrentDoc = nullptr;
+    state.SetItemsProcessed(state.iterations() * FullDocument);
+}
+BENCHMARK(ForwardDocument)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// A full recording forwarded row by row, then framed and charted at its end.
+void ForwardRealtime(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    const auto doc = fullDocument();
+    quvo::programState().RealtimeDoc = doc.get();
+    quvo::XlsxSettings settings;
+    settings.newWorkbookLocation = dir.path() + QLatin1Char('/');
+    quvo::XlsxConnector connector(settings);
+    quvo::Forward engine(&connector);
+    for (auto _ : state) {
+        if (!engine.BeginRealtimeForward()) {
+            state.SkipWithError("forwarding did not start");
+            break;
+        }
+        for (int row = 1; row <= FullDocument; ++row)
+            engine.AppendRealtimeRow(doc->TextMatrix(row, 1), doc->TextMatrix(row, 2), doc->TextMatrix(row, 3));
+        engine.EndRealtimeForward();
+        state.PauseTiming();
+        for (const QString& file : connector.writtenFiles())
+            QFile::remove(file);
+        state.ResumeTiming();
+    }
+    quvo::programState().RealtimeDoc = nullptr;
+    state.SetItemsProcessed(state.iterations() * FullDocument);
+}
+BENCHMARK(ForwardRealtime)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 

@@ -31,5 +31,6 @@ void printError(const QString& text);
 
 // The commands.
 int runStats(const QStringList& arguments);
+int runForward(const QStringList& arguments);
 
 } // namespace quvo::cli

@@ -9,6 +9,7 @@ const std::vector<CliCommand>& cliCommands()
     static const std::vector<CliCommand> commands = {
         {QStringLiteral("stats"), QStringLiteral("stats FILE"),
          QStringLiteral("Print MAX, MIN, AVG and the reading count of a data file."), runStats},
+        {QStringLiteral("forward"), QStringLiteral("forward FILE"), QStringLiteral("Forward a data file to a workbook (.xlsx)."), runForward},
     };
     return commands;
 }

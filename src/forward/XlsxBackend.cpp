@@ -389,7 +389,7 @@ void writeNewWorkbook(WorkbookState& workbook, const XlsxSettings& settings)
             target = xlsx::newWorkbookPath(folder, titleOf(workbook), QDateTime::currentDateTime());
         } else {
             target = info.absoluteFilePath();
-            replace = true;
+            replace = settings.replaceNamedFile;
         }
     }
     const QString folder = QFileInfo(target).absolutePath();

@@ -33,6 +33,10 @@ struct XlsxSettings {
     // that exists, or a path ending in "/") to name the file there by title and time;
     // otherwise the file itself, replaced when it exists.
     QString newWorkbookLocation;
+    // When newWorkbookLocation names a file: replace a file of that name (true) or refuse
+    // to write when one exists (false; checked in the same step that puts the new file in
+    // place, so a file that appears meanwhile is not overwritten either).
+    bool replaceNamedFile = true;
     // Opens a written workbook with the desktop's spreadsheet program. The program sets
     // it (the desktop services live in the GUI library); nothing happens when it is
     // empty or when desktopOpenSuppressed() (xlsx::desktopOpenSuppressed) holds.

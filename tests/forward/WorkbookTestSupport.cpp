@@ -5,6 +5,8 @@
 #include <QJsonDocument>
 #include <QProcess>
 
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 namespace quvo::test {
@@ -142,6 +144,31 @@ QJsonObject workbookEntries(const QString& path)
 void makeWorkbook(const QString& kind, const QString& path)
 {
     runReader({QStringLiteral("make-") + kind, path});
+}
+
+void makeWorkbookWithSheets(const QString& path, const QStringList& names)
+{
+    runReader(QStringList{QStringLiteral("make-sheets"), path} + names);
+}
+
+ReadOnlyFolder::ReadOnlyFolder(const QString& folder) : m_folder(folder)
+{
+    if (::geteuid() != 0) {
+        m_done = QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
+        m_byPermissions = true;
+    } else {
+        m_done = QProcess::execute(QStringLiteral("chattr"), {QStringLiteral("+i"), folder}) == 0;
+    }
+}
+
+ReadOnlyFolder::~ReadOnlyFolder()
+{
+    if (!m_done)
+        return;
+    if (m_byPermissions)
+        QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    else
+        QProcess::execute(QStringLiteral("chattr"), {QStringLiteral("-i"), m_folder});
 }
 
 QStringList folderEntries(const QString& folder)

@@ -47,6 +47,26 @@ QJsonObject workbookEntries(const QString& path);
 // "strict", "doctype", "slip", "huge", "encrypted", "notworkbook", "docx").
 void makeWorkbook(const QString& kind, const QString& path);
 
+// Writes a workbook with openpyxl whose sheets have these names (each name in its A1).
+void makeWorkbookWithSheets(const QString& path, const QStringList& names);
+
+// Makes a folder take no new files for the object's lifetime: by permissions for ordinary
+// users; root passes permission checks, so there the folder is made immutable when the
+// file system allows it. done() is false when neither works.
+class ReadOnlyFolder {
+public:
+    explicit ReadOnlyFolder(const QString& folder);
+    ~ReadOnlyFolder();
+    ReadOnlyFolder(const ReadOnlyFolder&) = delete;
+    ReadOnlyFolder& operator=(const ReadOnlyFolder&) = delete;
+    bool done() const { return m_done; }
+
+private:
+    QString m_folder;
+    bool m_done = false;
+    bool m_byPermissions = false;
+};
+
 // Names of the files in a folder, hidden ones included.
 QStringList folderEntries(const QString& folder);
 QByteArray fileBytes(const QString& path);

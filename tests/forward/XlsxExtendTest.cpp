@@ -393,36 +393,6 @@ TEST_F(FailedWriteTest, FailureJustBeforeReplacingKeepsTheOriginal)
     expectFailedWrite([](const QString&) {}, QStringLiteral("No space left"), settings);
 }
 
-// A folder that takes no new files: by permissions for ordinary users; root passes
-// permission checks, so there the folder is made immutable when the file system allows.
-class ReadOnlyFolder {
-public:
-    explicit ReadOnlyFolder(const QString& folder) : m_folder(folder)
-    {
-        if (::geteuid() != 0) {
-            m_done = QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
-            m_byPermissions = true;
-        } else {
-            m_done = QProcess::execute(QStringLiteral("chattr"), {QStringLiteral("+i"), folder}) == 0;
-        }
-    }
-    ~ReadOnlyFolder()
-    {
-        if (!m_done)
-            return;
-        if (m_byPermissions)
-            QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        else
-            QProcess::execute(QStringLiteral("chattr"), {QStringLiteral("-i"), m_folder});
-    }
-    bool done() const { return m_done; }
-
-private:
-    QString m_folder;
-    bool m_done = false;
-    bool m_byPermissions = false;
-};
-
 TEST_F(ExtendWorkbookTest, FolderThatTakesNoNewFileIsRefusedOnOpening)
 {
     const QString folder = pathOf(QStringLiteral("shelf"));
@@ -430,7 +400,7 @@ TEST_F(ExtendWorkbookTest, FolderThatTakesNoNewFileIsRefusedOnOpening)
     const QString file = QDir(folder).filePath(QStringLiteral("book.xlsx"));
     makeLibxlsxwriterWorkbook(file);
     const QByteArray bytes = test::fileBytes(file);
-    ReadOnlyFolder readOnly(folder);
+    test::ReadOnlyFolder readOnly(folder);
     if (!readOnly.done())
         GTEST_SKIP() << "this file system cannot make a folder read-only for the user running the tests";
     XlsxConnector connector(settingsHere());

@@ -8,6 +8,7 @@ holds as JSON, for the workbook tests to compare with the rules.
                                          chart, defined names) to extend in the tests
     check_workbook.py make-KIND FILE     writes a damaged or unsuitable workbook (strict,
                                          doctype, slip, huge, encrypted, notworkbook, docx)
+    check_workbook.py make-sheets FILE NAME...  a workbook with sheets of those names
 
 Cells and formats come from openpyxl; the drawing and chart parts are read as XML with
 the standard library, since the details that matter (anchor, gaps, hidden data) are
@@ -292,6 +293,20 @@ def make_openpyxl(path):
     return {"written": path}
 
 
+def make_sheets(path, names):
+    """A workbook whose sheets have the given names, each with its name in A1."""
+    import openpyxl
+
+    wb = openpyxl.Workbook()
+    wb.active.title = names[0]
+    for name in names[1:]:
+        wb.create_sheet(name)
+    for ws in wb.worksheets:
+        ws["A1"] = ws.title
+    wb.save(path)
+    return {"written": path}
+
+
 def rewrite(path, change):
     """Rewrites the zip at path, passing each (name, bytes) through change()."""
     with zipfile.ZipFile(path) as zf:
@@ -372,7 +387,9 @@ def make_variant(kind, path):
 
 def main():
     command, path = sys.argv[1], sys.argv[2]
-    if command.startswith("make-") and command != "make-openpyxl":
+    if command == "make-sheets":
+        result = make_sheets(path, sys.argv[3:])
+    elif command.startswith("make-") and command != "make-openpyxl":
         result = make_variant(command[5:], path)
     else:
         result = {"describe": describe, "entries": entries, "make-openpyxl": make_openpyxl}[command](path)

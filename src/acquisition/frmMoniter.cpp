@@ -1,0 +1,179 @@
+#include "acquisition/frmMoniter.h"
+
+#include "acquisition/frmMoniterLayout.h"
+#include "app/Settings.h"
+#include "link/ReadingDecoder.h"
+#include "resources/Constant.h"
+#include "resources/ProgramState.h"
+#include "resources/ResID.h"
+#include "resources/Twips.h"
+
+#include <QCloseEvent>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QMdiSubWindow>
+
+namespace quvo {
+
+namespace {
+
+QRect toPixels(const QRectF& twips, const QWidget* w)
+{
+    return {twipsToPixels(twips.left(), w->logicalDpiX()), twipsToPixels(twips.top(), w->logicalDpiY()),
+            twipsToPixels(twips.width(), w->logicalDpiX()), twipsToPixels(twips.height(), w->logicalDpiY())};
+}
+
+QLabel* compaLabel(QWidget* parent, const char* name, const char* text)
+{
+    auto* label = new QLabel(QString::fromLatin1(text), parent);
+    label->setObjectName(QString::fromLatin1(name));
+    label->setAlignment(Qt::AlignCenter);
+    return label;
+}
+
+} // namespace
+
+frmMoniter::frmMoniter(QWidget* parent) : QWidget(parent)
+{
+    setObjectName(QStringLiteral("frmMoniter"));
+
+    // The comparator display: judgement, limits and buzzer. Never written by the program.
+    frCompa = new QGroupBox(this);
+    frCompa->setObjectName(QStringLiteral("frCompa"));
+    frCompa->setGeometry(toPixels(MoniterLayout::comparatorFrame(), this));
+    auto* grid = new QGridLayout(frCompa);
+    grid->setContentsMargins(4, 2, 4, 2);
+    grid->setVerticalSpacing(0);
+    grid->addWidget(compaLabel(frCompa, "llJudge", "JUDGE"), 0, 0);
+    grid->addWidget(compaLabel(frCompa, "llHi", "HI"), 0, 1);
+    grid->addWidget(compaLabel(frCompa, "llMiddle", "PASS"), 0, 2);
+    grid->addWidget(compaLabel(frCompa, "llLo", "LO"), 0, 3);
+    grid->addWidget(compaLabel(frCompa, "llBuz", "BUZZER"), 0, 4);
+    grid->addWidget(compaLabel(frCompa, "llUpper", "UPPER"), 1, 0);
+    grid->addWidget(compaLabel(frCompa, "llHlim", "-----"), 1, 1);
+    grid->addWidget(compaLabel(frCompa, "llLower", "LOWER"), 1, 2);
+    grid->addWidget(compaLabel(frCompa, "llLlim", "-----"), 1, 3);
+    grid->addWidget(compaLabel(frCompa, "llBuzzer", "OFF"), 1, 4);
+    frCompa->setEnabled(false); // shown greyed: the comparator is not read from the meter
+
+    llValue = new QLabel(this);
+    llValue->setObjectName(QStringLiteral("llValue"));
+    llValue->setTextFormat(Qt::PlainText);
+    llValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    llValue->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+    QFont big = llValue->font();
+    big.setPointSizeF(big.pointSizeF() * 2.6);
+    big.setBold(true);
+    llValue->setFont(big);
+    llValue->setAutoFillBackground(true);
+    QPalette palette = llValue->palette();
+    palette.setColor(QPalette::Window, Qt::black);
+    palette.setColor(QPalette::WindowText, QColor(80, 255, 80));
+    llValue->setPalette(palette);
+    llValue->setGeometry(toPixels(MoniterLayout::valueLabel(), this));
+
+    // Load: caption, an empty value, the kind, MonitorShown.
+    setWindowTitle(ResID(Res::MonitorCaption));
+    llValue->clear();
+    programState().MonitorShown = true;
+
+    // Sized to the value label.
+    const QSizeF size = MoniterLayout::windowSize(MoniterLayout::valueLabel());
+    resize(twipsToPixels(size.width(), logicalDpiX()), twipsToPixels(size.height(), logicalDpiY()));
+}
+
+frmMoniter::~frmMoniter()
+{
+    unload();
+}
+
+QWidget* frmMoniter::frame() const
+{
+    if (auto* sub = qobject_cast<QMdiSubWindow*>(parentWidget()))
+        return sub;
+    return const_cast<frmMoniter*>(this);
+}
+
+void frmMoniter::SetData(const QString& answer)
+{
+    llValue->setText(MonitorText(answer) + QLatin1Char(' '));
+}
+
+void frmMoniter::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (!m_placed) {
+        m_placed = true;
+        placeOnFirstShow();
+    }
+}
+
+void frmMoniter::placeOnFirstShow()
+{
+    QWidget* target = frame();
+    if (target != this) {
+        // The frame is sized to the label as a whole window would be.
+        const QSizeF size = MoniterLayout::windowSize(MoniterLayout::valueLabel());
+        target->resize(twipsToPixels(size.width(), logicalDpiX()), twipsToPixels(size.height(), logicalDpiY()));
+        target->installEventFilter(this);
+        m_watchedFrame = target;
+    }
+    // Placement from the per-user store (0, 0 when nothing is kept; a value that is not a
+    // number leaves the window where it is).
+    const StoredPosition stored = readMoniterPosition();
+    QPoint position = target->pos();
+    if (stored.left)
+        position.setX(twipsToPixels(*stored.left, logicalDpiX()));
+    if (stored.top)
+        position.setY(twipsToPixels(*stored.top, logicalDpiY()));
+    target->move(position);
+    emit monitorShownChanged(true);
+    rememberPosition();
+}
+
+void frmMoniter::closeEvent(QCloseEvent* event)
+{
+    if (programState().CommState != CommStates::Idle) {
+        event->ignore(); // not while monitoring, recording or downloading
+        return;
+    }
+    event->accept();
+    unload();
+}
+
+void frmMoniter::unload()
+{
+    if (m_unloaded)
+        return;
+    m_unloaded = true;
+    programState().MonitorShown = false;
+    if (m_placed) {
+        writeMoniterPosition(static_cast<float>(pixelsToTwips(m_position.x(), logicalDpiX())),
+                             static_cast<float>(pixelsToTwips(m_position.y(), logicalDpiY())));
+    }
+    emit monitorShownChanged(false);
+}
+
+void frmMoniter::rememberPosition()
+{
+    const QWidget* target = m_watchedFrame ? m_watchedFrame.data() : (isWindow() ? this : nullptr);
+    if (target)
+        m_position = target->pos();
+}
+
+void frmMoniter::moveEvent(QMoveEvent* event)
+{
+    QWidget::moveEvent(event);
+    if (isWindow())
+        rememberPosition();
+}
+
+bool frmMoniter::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_watchedFrame && event->type() == QEvent::Move)
+        rememberPosition();
+    return QWidget::eventFilter(watched, event);
+}
+
+} // namespace quvo

@@ -1,0 +1,63 @@
+#pragma once
+// frmMoniter: the Monitor window. It shows the meter's present reading as one large text
+// (llValue) above nothing else the program writes: the comparator frame frCompa and its
+// labels are fixed design-time content.
+//
+// Loading (construction) sets MonitorShown; closing is refused while a meter operation
+// runs (CommState not 7); unloading (an accepted close, or destruction) clears MonitorShown
+// and saves the position under "MoniterLeft" / "MoniterTop". The main window mirrors
+// monitorShownChanged() on mnuViewMoniter and the "Moniter" tool button.
+//
+// In a QMdiSubWindow the size and position are the sub-window's; otherwise the window's own.
+
+#include "acquisition/CommandHost.h"
+
+#include <QPoint>
+#include <QPointer>
+#include <QWidget>
+
+class QGroupBox;
+class QLabel;
+
+namespace quvo {
+
+class frmMoniter : public QWidget, public MonitorSink {
+    Q_OBJECT
+
+public:
+    explicit frmMoniter(QWidget* parent = nullptr);
+    ~frmMoniter() override;
+
+    // Shows one answer line (or "ERROR") as the reading text followed by one blank.
+    void SetData(const QString& answer) override;
+
+    // The window's kind, as every child window of the main window carries it: "3".
+    QString Tag() const { return QStringLiteral("3"); }
+
+    // The window that is sized and placed: the QMdiSubWindow holding it, or itself.
+    QWidget* frame() const;
+
+signals:
+    // MonitorShown changed: true on load, false on unload.
+    void monitorShownChanged(bool shown);
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void placeOnFirstShow();
+    void unload();
+    void rememberPosition();
+
+    QLabel* llValue = nullptr;
+    QGroupBox* frCompa = nullptr;
+    QPointer<QWidget> m_watchedFrame;
+    QPoint m_position;   // the frame's last position, kept for saving
+    bool m_placed = false;
+    bool m_unloaded = false;
+};
+
+} // namespace quvo

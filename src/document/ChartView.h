@@ -1,0 +1,154 @@
+#pragma once
+// chData: the chart of a data document window. It draws what the document's chart frame
+// holds (DataDocument::chart(), chartValues(), chartLabel()) and keeps no readings of its
+// own:
+//   series 1  the readings of the sliding window, pen width 2; a reading that is not a number
+//             is a NaN point and breaks the line there;
+//   series 2  the chart MAX value at every point, markers only, shown when there is one;
+//   series 3  the chart MIN value at every point, markers only, shown when there is one.
+// The X axis is a category axis (one category per point, labelled with the TIME text, or
+// the number of a SAVE-mode reading); the Y axis follows the document's scale, automatic or
+// custom, with the document's tick-label format.
+//
+// A window of 32767 points is redrawn in a few milliseconds: the three series keep their
+// data containers and only their values are rewritten; the category axis makes tick labels
+// only for the categories it labels (never one per point); and series 1 is thinned per pixel
+// column while keeping every gap.
+
+#include "document/DataDocument.h"
+
+#include <QPointer>
+#include <QString>
+
+#include <qcustomplot.h>
+
+#include <functional>
+
+namespace quvo {
+
+// The category axis: a tick mark every `perTick` categories and a label every `perLabel`
+// categories (1 and 1 when automatic), both spread further apart when the axis is too short
+// to show them all without overlapping.
+class CategoryTicker : public QCPAxisTicker {
+public:
+    explicit CategoryTicker(QCPAxis* axis);
+
+    void setLabelSource(std::function<QString(int point)> source);
+    void setCategories(int pointCount, int shownCount);
+    void setDivisions(bool automatic, int perLabel, int perTick);
+
+    // The spacing in categories actually used at the last generate() (for tests and views).
+    int labelStride() const { return m_labelStride; }
+    int tickStride() const { return m_tickStride; }
+
+    // Ticks carry the labels; sub-ticks mark the tick-mark divisions (drawn as grid lines).
+    void generate(const QCPRange& range, const QLocale& locale, QChar formatChar, int precision,
+                  QVector<double>& ticks, QVector<double>* subTicks, QVector<QString>* tickLabels) override;
+
+    // The smallest stride, a multiple of `step`, that puts at least `minimumPixels` between
+    // two marks `pixelsPerCategory` apart.
+    static int strideFor(int step, double pixelsPerCategory, double minimumPixels);
+
+private:
+    QCPAxis* m_axis;
+    std::function<QString(int)> m_label;
+    int m_pointCount = 0;
+    int m_shownCount = 0;
+    bool m_automatic = true;
+    int m_perLabel = 1;
+    int m_perTick = 1;
+    int m_labelStride = 1;
+    int m_tickStride = 1;
+};
+
+// The value axis: automatic (readable steps chosen by the chart) or custom (the scale split
+// into `major` divisions, each split into `minor` divisions); labels in the document's
+// format: "" the chart's own, "0.0###" plain, "0.0###E-#" scientific.
+class ValueTicker : public QCPAxisTicker {
+public:
+    void setScale(bool automatic, double minimum, double maximum, int major, int minor);
+    void setLabelFormat(const QString& format);
+    const QString& labelFormat() const { return m_format; }
+
+    // The label of one tick value in a format.
+    static QString labelText(double value, const QString& format);
+
+    void generate(const QCPRange& range, const QLocale& locale, QChar formatChar, int precision,
+                  QVector<double>& ticks, QVector<double>* subTicks, QVector<QString>* tickLabels) override;
+
+protected:
+    QString getTickLabel(double tick, const QLocale& locale, QChar formatChar, int precision) override;
+
+private:
+    bool m_automatic = true;
+    double m_minimum = 0;
+    double m_maximum = 10;
+    int m_major = 1;
+    int m_minor = 1;
+    QString m_format;
+};
+
+// Series 1: a line that breaks at every NaN. When there are more points than pixels, each
+// pixel column is drawn from its first, lowest, highest and last values, and a NaN anywhere
+// in the column still breaks the line there.
+class GapGraph : public QCPGraph {
+public:
+    GapGraph(QCPAxis* keyAxis, QCPAxis* valueAxis);
+
+protected:
+    void getOptimizedLineData(QVector<QCPGraphData>* lineData, const QCPGraphDataContainer::const_iterator& begin,
+                              const QCPGraphDataContainer::const_iterator& end) const override;
+};
+
+// Series 2 and 3: markers without a line. Markers that would fall on top of the one drawn
+// before them (closer than their size) are not drawn again, so a window of many points
+// shows a row of markers at the cost of one per marker width.
+class MarkerGraph : public QCPGraph {
+public:
+    MarkerGraph(QCPAxis* keyAxis, QCPAxis* valueAxis);
+
+protected:
+    void getOptimizedScatterData(QVector<QCPGraphData>* scatterData, QCPGraphDataContainer::const_iterator begin,
+                                 QCPGraphDataContainer::const_iterator end) const override;
+};
+
+class ChartView : public QCustomPlot {
+    Q_OBJECT
+
+public:
+    explicit ChartView(QWidget* parent = nullptr);
+    ~ChartView() override;
+
+    void setDocument(DataDocument* document);
+    DataDocument* document() const { return m_document; }
+
+    // Series 1, 2 and 3.
+    QCPGraph* series(int number) const;
+    CategoryTicker* categoryTicker() const { return m_xTicker.data(); }
+    ValueTicker* valueTicker() const { return m_yTicker.data(); }
+
+    // Takes the document's chart frame and axes and asks for a redraw (coalesced).
+    void refresh();
+    // The same, drawn at once.
+    void refreshNow();
+
+private:
+    void updateData();
+    void updateAxes();
+
+    QPointer<DataDocument> m_document;
+    GapGraph* m_line = nullptr;
+    MarkerGraph* m_max = nullptr;
+    MarkerGraph* m_min = nullptr;
+    QSharedPointer<CategoryTicker> m_xTicker;
+    QSharedPointer<ValueTicker> m_yTicker;
+    QSharedPointer<ValueTicker> m_y2Ticker;
+    // What the marker series hold now, so that they are rewritten only when it changes.
+    int m_markerPoints = -1;
+    float m_maxValue = 0;
+    float m_minValue = 0;
+    bool m_maxFilled = false;
+    bool m_minFilled = false;
+};
+
+} // namespace quvo

@@ -1,0 +1,453 @@
+#include "forward/Forward.h"
+
+#include "document/DataDocument.h"
+#include "resources/Constant.h"
+#include "resources/EventWait.h"
+#include "resources/ProgramState.h"
+#include "resources/ProgressView.h"
+#include "resources/Prompter.h"
+#include "resources/ResID.h"
+#include "resources/RuntimeError.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <exception>
+
+namespace quvo {
+
+struct Forward::Reports {
+    QStringList pending;
+};
+
+namespace {
+
+const QString ColumnB = QStringLiteral("B");
+const QString ColumnC = QStringLiteral("C");
+const QString ColumnD = QStringLiteral("D");
+const QString ColumnF = QStringLiteral("F");
+const QString ColumnG = QStringLiteral("G");
+
+// Runs one step; a failing call ends it with false and its description in LastError.
+template <class Step>
+bool guarded(Step&& step)
+{
+    try {
+        return step();
+    } catch (const RuntimeError& error) {
+        programState().LastError = error.description();
+    } catch (const std::exception& error) {
+        programState().LastError = QString::fromLocal8Bit(error.what());
+    }
+    return false;
+}
+
+// Runs a call whose failure does not matter (handing the application back).
+template <class Call>
+void ignoringErrors(Call&& call)
+{
+    try {
+        call();
+    } catch (const std::exception&) {
+    }
+}
+
+void setText(ExcelRange& cell, const QString& format, const QString& value)
+{
+    cell.setNumberFormat(format);
+    cell.setValue(value);
+}
+
+QString lastRowText(std::int32_t rowCount)
+{
+    return QString::number(static_cast<qint64>(rowCount) + 4);
+}
+
+RuntimeError noDocument()
+{
+    return RuntimeError(QStringLiteral("There is no data document to forward."));
+}
+
+} // namespace
+
+Forward::Forward(ExcelConnector* connector) : m_connector(connector), m_reports(std::make_shared<Reports>()) {}
+
+Forward::~Forward() = default;
+
+void Forward::setConnector(ExcelConnector* connector)
+{
+    m_connector = connector;
+}
+
+void Forward::setPrompter(Prompter* prompter)
+{
+    m_prompter = prompter;
+}
+
+void Forward::setProgressFactory(std::function<std::unique_ptr<ProgressView>()> factory)
+{
+    m_progressFactory = std::move(factory);
+}
+
+void Forward::setActivateDocumentWindow(std::function<void()> hook)
+{
+    m_activateDocument = std::move(hook);
+}
+
+void Forward::setActivateMainWindow(std::function<void()> hook)
+{
+    m_activateMain = std::move(hook);
+}
+
+void Forward::setHiddenInstancePoll(std::chrono::milliseconds interval)
+{
+    m_hiddenPoll = interval;
+}
+
+std::function<void(const QString&)> Forward::handBackFailureReporter()
+{
+    std::weak_ptr<Reports> reports = m_reports;
+    return [reports](const QString& message) {
+        if (const auto alive = reports.lock())
+            alive->pending.append(message);
+    };
+}
+
+QStringList Forward::takeHandBackFailures()
+{
+    QStringList taken;
+    taken.swap(m_reports->pending);
+    return taken;
+}
+
+void Forward::showHandBackFailures()
+{
+    if (!m_prompter || m_reports->pending.isEmpty())
+        return;
+    const QStringList failures = takeHandBackFailures();
+    if (m_activateMain)
+        m_activateMain();
+    m_prompter->warn(failures.join(QStringLiteral("\r\n")));
+}
+
+DataDocument* Forward::currentDocument()
+{
+    return programState().CurrentDoc;
+}
+
+DataDocument* Forward::realtimeDocument()
+{
+    ProgramState& state = programState();
+    return state.CurrentDoc ? state.CurrentDoc : state.RealtimeDoc;
+}
+
+// One pass of the event loop: the Cancel button, the sampling timer and the received
+// characters are handled, then forwarding goes on.
+void Forward::letOtherEventsRun()
+{
+    if (QCoreApplication::instance())
+        QCoreApplication::processEvents();
+}
+
+// Between two looks at a hidden application the event loop runs (so Cancel and Stop
+// work), without spinning: it sleeps until an event or the end of the pause.
+void Forward::waitForHiddenInstance()
+{
+    if (!QCoreApplication::instance())
+        return;
+    bool due = false;
+    QTimer pause;
+    pause.setSingleShot(true);
+    QObject::connect(&pause, &QTimer::timeout, [&due] { due = true; });
+    pause.start(m_hiddenPoll);
+    waitUntil([&due] { return due || programState().NoForward; });
+}
+
+bool Forward::GetExcelApplication(std::shared_ptr<ExcelApplication>& app)
+{
+    ProgramState& state = programState();
+    for (bool firstPass = true;; firstPass = false) {
+        if (firstPass)
+            letOtherEventsRun();
+        else
+            waitForHiddenInstance();
+        if (state.NoForward)
+            return false;
+        try {
+            if (!m_connector)
+                throw RuntimeError(QStringLiteral("Forwarding to a spreadsheet is not available in this program."));
+            bool attached = false;
+            if (firstPass) {
+                // A running application first; when there is none, a new one, made visible.
+                try {
+                    app = m_connector->GetObject();
+                    attached = true;
+                } catch (const std::exception&) {
+                }
+                if (!attached) {
+                    app = m_connector->CreateObject();
+                    ignoringErrors([&] { app->setVisible(true); });
+                }
+            } else {
+                // Later looks only attach: the hidden one may have become visible or gone.
+                app = m_connector->GetObject();
+            }
+            if (app->Visible())
+                return true;
+            // Running, but hidden (another program drives it): wait until the user can see
+            // it, or it is gone, or the user gives up.
+            app.reset();
+        } catch (const RuntimeError& error) {
+            app.reset();
+            state.LastError = error.description();
+            return false;
+        } catch (const std::exception& error) {
+            app.reset();
+            state.LastError = QString::fromLocal8Bit(error.what());
+            return false;
+        }
+    }
+}
+
+bool Forward::OpenWorkbookSheet(ExcelApplication& app, std::shared_ptr<ExcelWorksheet>& sheet)
+{
+    return guarded([&] {
+        ProgramState& state = programState();
+        const auto workbooks = app.Workbooks();
+        if (state.ExcelFile.isEmpty()) {
+            const auto workbook = workbooks->Add();
+            sheet = workbook->Worksheets()->Item(1);
+            return true;
+        }
+        std::shared_ptr<ExcelWorkbook> workbook;
+        const int count = workbooks->Count();
+        for (int i = 1; i <= count; ++i) {
+            auto candidate = workbooks->Item(i);
+            // The same file only under exactly the same name, letter case included.
+            if (candidate->FullName() == state.ExcelFile) {
+                workbook = std::move(candidate);
+                break;
+            }
+            letOtherEventsRun();
+            if (state.NoForward)
+                return false;
+        }
+        if (!workbook)
+            workbook = workbooks->Open(state.ExcelFile);
+        const auto worksheets = workbook->Worksheets();
+        sheet = worksheets->Add();
+        sheet->Move(worksheets->Item(worksheets->Count()));
+        return true;
+    });
+}
+
+bool Forward::WriteDataRows(ExcelWorksheet& sheet)
+{
+    return guarded([&] {
+        ProgramState& state = programState();
+        DataDocument* document = currentDocument();
+        if (!document)
+            throw noDocument();
+        const bool saveMode = ParseDataKind(document->Tag()) == DataKinds::Save;
+        const std::int16_t count = document->GetDatacount();
+        for (int i = 0; i <= count; ++i) {
+            const int row = i + 4;
+            // Each format before its value, so times and units stay text and readings
+            // become numbers.
+            const auto b = sheet.Cells(row, ColumnB);
+            if (saveMode)
+                setText(*b, i == 0 ? xl::TextFormat : xl::GeneralFormat, document->TextMatrix(i, 0));
+            else
+                setText(*b, xl::TextFormat, document->TextMatrix(i, 1));
+            setText(*sheet.Cells(row, ColumnC), i == 0 ? xl::TextFormat : xl::GeneralFormat, document->TextMatrix(i, 2));
+            setText(*sheet.Cells(row, ColumnD), xl::TextFormat, document->TextMatrix(i, 3));
+            if (m_progress)
+                m_progress->RenProgress(i != count, static_cast<std::int16_t>(i), count);
+            letOtherEventsRun();
+            if (state.NoForward)
+                return false;
+        }
+        return true;
+    });
+}
+
+bool Forward::WriteTableFrame(ExcelWorksheet& sheet, std::int32_t rowCount)
+{
+    return guarded([&] {
+        DataDocument* document = realtimeDocument();
+        if (!document)
+            throw noDocument();
+        const QString last = lastRowText(rowCount);
+        setText(*sheet.Range(QStringLiteral("B2")), xl::TextFormat, programState().ExcelTitle);
+
+        const auto frame = sheet.Range(QStringLiteral("B4:D") + last);
+        for (const std::int16_t edge : {xl::xlEdgeTop, xl::xlEdgeBottom, xl::xlEdgeLeft, xl::xlEdgeRight})
+            frame->Borders(edge)->setWeight(xl::xlMedium);
+
+        const auto heading = sheet.Range(QStringLiteral("B4:D4"));
+        heading->Borders(xl::xlEdgeBottom)->setWeight(xl::xlMedium);
+        heading->Borders(xl::xlInsideVertical)->setWeight(xl::xlThin);
+        heading->setHorizontalAlignment(xl::xlCenter);
+
+        const auto body = sheet.Range(QStringLiteral("B5:D") + last);
+        body->Borders(xl::xlInsideHorizontal)->setWeight(xl::xlThin);
+        body->Borders(xl::xlInsideVertical)->setWeight(xl::xlThin);
+
+        sheet.Cells(4, ColumnF)->Activate();
+        const QString labels[] = {ResID(Res::Max), ResID(Res::Min), ResID(Res::Avg)};
+        const QString values[] = {document->GetDispmax(false), document->GetDispmin(false), document->GetDispavg()};
+        for (int i = 0; i < 3; ++i) {
+            setText(*sheet.Cells(4 + i, ColumnF), xl::TextFormat, labels[i]);
+            setText(*sheet.Cells(4 + i, ColumnG), xl::TextFormat, values[i]);
+        }
+        return true;
+    });
+}
+
+bool Forward::AddDataChart(ExcelWorksheet& sheet, std::int32_t rowCount)
+{
+    return guarded([&] {
+        const auto corner = sheet.Range(QStringLiteral("F8"));
+        const double left = corner->Left();
+        const double top = corner->Top();
+        const auto chartObject = sheet.ChartObjects()->Add(left, top, 400, 200);
+        const auto chart = chartObject->Chart();
+        ChartWizardArguments arguments;
+        arguments.Source = sheet.Range(QStringLiteral("B5:D") + lastRowText(rowCount));
+        arguments.Gallery = xl::xlLine;
+        arguments.Format = 2;
+        arguments.PlotBy = xl::xlColumns;
+        arguments.CategoryLabels = 1; // column B gives the categories
+        arguments.SeriesLabels = 0;   // the heading row is outside the source
+        arguments.HasLegend = false;
+        arguments.Title = programState().ExcelTitle;
+        chart->ChartWizard(arguments);
+        chart->Axes(xl::xlCategory)->setHasMajorGridlines(true);
+        chart->Axes(xl::xlValue)->setHasMajorGridlines(true);
+        return true;
+    });
+}
+
+void Forward::ForwardToExcel()
+{
+    ProgramState& state = programState();
+    state.CommState = CommStates::Forwarding;
+    state.NoForward = false;
+
+    std::unique_ptr<ProgressView> progress = m_progressFactory ? m_progressFactory() : nullptr;
+    if (progress) {
+        progress->show();
+        progress->SetCaption(ResID(Res::ForwardProgressCaption));
+        progress->SetMessage(ResID(Res::Forwarding));
+    }
+    m_progress = progress.get();
+
+    bool ok = false;
+    std::shared_ptr<ExcelApplication> app;
+    std::shared_ptr<ExcelWorksheet> sheet;
+    if (GetExcelApplication(app)) {
+        // Hidden while it is written, so nobody sees a half-built sheet.
+        const bool hidden = guarded([&] {
+            app->setVisible(false);
+            return true;
+        });
+        if (hidden && OpenWorkbookSheet(*app, sheet) && WriteDataRows(*sheet)) {
+            DataDocument* document = currentDocument();
+            const std::int32_t count = document ? document->GetDatacount() : 0;
+            ok = WriteTableFrame(*sheet, count) && AddDataChart(*sheet, count);
+        }
+    }
+
+    m_progress = nullptr;
+    if (progress)
+        progress->unload();
+    progress.reset();
+    if (m_activateDocument)
+        m_activateDocument();
+
+    // Shown again whatever happened, so no hidden application is left behind.
+    if (app)
+        ignoringErrors([&] { app->setVisible(true); });
+
+    if (!ok) {
+        // After Cancel this shows what LastError held before (the dialog sets "Canceled.").
+        if (m_activateMain)
+            m_activateMain();
+        if (m_prompter)
+            m_prompter->warn(state.LastError);
+    }
+
+    state.CommState = CommStates::Idle;
+    sheet.reset();
+    app.reset();
+    showHandBackFailures();
+}
+
+bool Forward::BeginRealtimeForward()
+{
+    if (GetExcelApplication(m_realtimeExcel)) {
+        // Rows arrive while the application stays visible; the user cannot edit it meanwhile.
+        const bool locked = guarded([&] {
+            m_realtimeExcel->setInteractive(false);
+            return true;
+        });
+        if (locked && OpenWorkbookSheet(*m_realtimeExcel, m_realtimeSheet)) {
+            m_realtimeRowCount = 0;
+            return true;
+        }
+        ignoringErrors([&] { m_realtimeExcel->setInteractive(true); });
+    }
+    m_realtimeSheet.reset();
+    m_realtimeExcel.reset();
+    showHandBackFailures();
+    return false;
+}
+
+bool Forward::AppendRealtimeRow(const QString& timeText, const QString& displayText, const QString& unitText)
+{
+    return guarded([&] {
+        if (!m_realtimeSheet)
+            throw RuntimeError(QStringLiteral("Realtime forwarding has not been started."));
+        ExcelWorksheet& sheet = *m_realtimeSheet;
+        m_realtimeRowCount += 1;
+        const int row = m_realtimeRowCount + 4;
+        if (m_realtimeRowCount == 1) {
+            DataDocument* document = realtimeDocument();
+            if (!document)
+                throw noDocument();
+            sheet.Cells(4, ColumnB)->Activate();
+            setText(*sheet.Cells(4, ColumnB), xl::TextFormat, document->TextMatrix(0, 1));
+            setText(*sheet.Cells(4, ColumnC), xl::TextFormat, document->TextMatrix(0, 2));
+            setText(*sheet.Cells(4, ColumnD), xl::TextFormat, document->TextMatrix(0, 3));
+        }
+        // The view follows the newest row.
+        sheet.Cells(row, ColumnB)->Activate();
+        setText(*sheet.Cells(row, ColumnB), xl::TextFormat, timeText);
+        setText(*sheet.Cells(row, ColumnC), xl::GeneralFormat, displayText);
+        setText(*sheet.Cells(row, ColumnD), xl::TextFormat, unitText);
+        return true;
+    });
+}
+
+void Forward::EndRealtimeForward()
+{
+    if (m_realtimeSheet && m_realtimeRowCount > 0) {
+        // Results not looked at: whatever could be built stays.
+        WriteTableFrame(*m_realtimeSheet, m_realtimeRowCount);
+        AddDataChart(*m_realtimeSheet, m_realtimeRowCount);
+    }
+    if (m_realtimeExcel)
+        ignoringErrors([&] { m_realtimeExcel->setInteractive(true); });
+    m_realtimeSheet.reset();
+    m_realtimeExcel.reset();
+    showHandBackFailures();
+}
+
+void Forward::releaseRealtimeForward()
+{
+    m_realtimeSheet.reset();
+    m_realtimeExcel.reset();
+    showHandBackFailures();
+}
+
+} // namespace quvo

@@ -1,0 +1,135 @@
+#pragma once
+// Forward: writes a data document into a spreadsheet sheet (a title, a framed table of the
+// readings, the MAX/MIN/AVG block and a line chart beside the table), either whole
+// (ForwardToExcel, under the progress dialog) or row by row while a realtime recording
+// runs (BeginRealtimeForward, AppendRealtimeRow, EndRealtimeForward).
+//
+// The sheet layout, N data rows:
+//   B2            the title (ExcelTitle), as text
+//   B4:D4         the grid's heading row ("TIME", "DATA", "MODE"; "No." in B for SAVE-mode)
+//   B5:D(N+4)     time (SAVE-mode: the row number, as a number), reading (number or word),
+//                 unit word
+//   F4:G6         "MAX", "MIN", "AVG" and the document's statistics texts, as text
+//   frame         medium lines round B4:D(N+4) and under the heading, thin lines inside
+//   chart         400 x 200 points with its corner at F8, a line of B5:D(N+4)
+//
+// Everything goes through the workbook objects of ExcelObjects.h, reached through the
+// injected connector; the engine does not know which backend is behind them. Each step
+// returns false when a call fails and leaves the call's description in LastError
+// (programState()); the steps that run long let other events run between rows and
+// between workbooks and stop, returning false, as soon as NoForward is set (the Cancel
+// button of the progress dialog, the Stop command of a recording starting up).
+//
+// The current document is programState().CurrentDoc (realtime forwarding falls back to
+// RealtimeDoc when no current document is set).
+//
+// Everything runs on the user-interface thread.
+
+#include "acquisition/CommandHost.h"
+#include "forward/ExcelObjects.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace quvo {
+
+class DataDocument;
+class ProgressView;
+class Prompter;
+
+class Forward : public RealtimeForwarder {
+public:
+    // Pause between two looks at a spreadsheet application that runs hidden.
+    static constexpr std::chrono::milliseconds HiddenInstancePoll{250};
+
+    explicit Forward(ExcelConnector* connector = nullptr);
+    ~Forward() override;
+    Forward(const Forward&) = delete;
+    Forward& operator=(const Forward&) = delete;
+
+    // --- Seams -------------------------------------------------------------------------
+    // How the spreadsheet application is reached. Without one, forwarding fails with a
+    // message saying so.
+    void setConnector(ExcelConnector* connector);
+    // Message boxes (the failure of a whole-document forwarding). Without one nothing is shown.
+    void setPrompter(Prompter* prompter);
+    // Makes the progress and cancel dialog of a whole-document forwarding. Without one no
+    // progress is shown.
+    void setProgressFactory(std::function<std::unique_ptr<ProgressView>()> factory);
+    // Bring the document window, and the main window, to the front again after the progress
+    // dialog has gone. No-ops without a screen.
+    void setActivateDocumentWindow(std::function<void()> hook);
+    void setActivateMainWindow(std::function<void()> hook);
+    // How long to let events run between two looks at a hidden running application.
+    void setHiddenInstancePoll(std::chrono::milliseconds interval);
+
+    // Failures of the last step of a forwarding, when the application is handed back to
+    // the user (the .xlsx backend writes its files then). The forwarding itself ignores
+    // errors of that step, so the backend reports them here (XlsxSettings::reportFailure
+    // = handBackFailureReporter()) and the engine shows them once, in a message box, at the
+    // end of the operation that caused them. The reporter stays safe to call after the
+    // engine is gone.
+    std::function<void(const QString& message)> handBackFailureReporter();
+    // The reports not shown yet, taken away (the engine shows them itself when it has a
+    // prompter).
+    QStringList takeHandBackFailures();
+
+    // --- Whole-document forwarding ------------------------------------------------------
+    // The current document into the workbook named by ExcelFile (a new one when empty),
+    // titled ExcelTitle, under the progress dialog; CommState is 0 meanwhile and 7 after.
+    // A failure is shown in a message box with LastError.
+    void ForwardToExcel();
+
+    // The steps, each true when done (false: LastError says why, or NoForward was set).
+    // Attaches to a running application or starts one; waits while a running one is hidden.
+    bool GetExcelApplication(std::shared_ptr<ExcelApplication>& app);
+    // A fresh sheet: the first sheet of a new workbook when ExcelFile is empty, otherwise a
+    // new last sheet of that workbook (opened unless already open under exactly that name).
+    bool OpenWorkbookSheet(ExcelApplication& app, std::shared_ptr<ExcelWorksheet>& sheet);
+    // The heading row and every data row of the current document.
+    bool WriteDataRows(ExcelWorksheet& sheet);
+    // Title, frame lines, heading alignment and the MAX/MIN/AVG block for `rowCount` rows.
+    bool WriteTableFrame(ExcelWorksheet& sheet, std::int32_t rowCount);
+    // The line chart of B5:D(rowCount+4).
+    bool AddDataChart(ExcelWorksheet& sheet, std::int32_t rowCount);
+
+    // --- Realtime forwarding -------------------------------------------------------------
+    bool BeginRealtimeForward() override;
+    bool AppendRealtimeRow(const QString& timeText, const QString& displayText, const QString& unitText) override;
+    void EndRealtimeForward() override;
+    void releaseRealtimeForward() override;
+
+    const std::shared_ptr<ExcelApplication>& RealtimeExcel() const { return m_realtimeExcel; }
+    const std::shared_ptr<ExcelWorksheet>& RealtimeSheet() const { return m_realtimeSheet; }
+    std::int32_t RealtimeRowCount() const { return m_realtimeRowCount; }
+
+private:
+    struct Reports;
+
+    void letOtherEventsRun();
+    void waitForHiddenInstance();
+    void showHandBackFailures();
+    static DataDocument* currentDocument();
+    static DataDocument* realtimeDocument();
+
+    ExcelConnector* m_connector = nullptr;
+    Prompter* m_prompter = nullptr;
+    std::function<std::unique_ptr<ProgressView>()> m_progressFactory;
+    std::function<void()> m_activateDocument;
+    std::function<void()> m_activateMain;
+    std::chrono::milliseconds m_hiddenPoll = HiddenInstancePoll;
+    std::shared_ptr<Reports> m_reports;
+
+    ProgressView* m_progress = nullptr; // the dialog while ForwardToExcel runs
+
+    std::shared_ptr<ExcelApplication> m_realtimeExcel;
+    std::shared_ptr<ExcelWorksheet> m_realtimeSheet;
+    std::int32_t m_realtimeRowCount = 0;
+};
+
+} // namespace quvo
