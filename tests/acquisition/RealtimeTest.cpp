@@ -4,6 +4,7 @@
 #include "AcquisitionTestSupport.h"
 
 #include "acquisition/HeadlessHost.h"
+#include "acquisition/RecordingJournal.h"
 #include "acquisition/Realtime.h"
 #include "document/DataDocument.h"
 #include "link/Comm.h"
@@ -13,7 +14,11 @@
 #include "resources/ResID.h"
 #include "support/TestHelpers.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -729,6 +734,230 @@ TEST_F(MonitorModeTest, ARecordingShowsEveryAnswerOnTheMonitor)
     ASSERT_EQ(monitor.answers.size(), 3);
     for (int k = 0; k < 3; ++k)
         EXPECT_EQ(MonitorText(monitor.answers[k]), QStringLiteral("%1.000VDC").arg(k));
+}
+
+// --- The recording journal while recording ---------------------------------------------------
+
+class JournalRecordingTest : public RealtimeTest {
+protected:
+    void SetUp() override
+    {
+        RealtimeTest::SetUp();
+        ASSERT_TRUE(home.isValid());
+        realtime.setJournalFolder(home.path());
+    }
+    QStringList journals() const
+    {
+        return QDir(home.path()).entryList({QStringLiteral("RECORDING-*.JNL")}, QDir::Files);
+    }
+    static QList<JournalRow> rowsOf(const DataDocument& document)
+    {
+        QList<JournalRow> rows;
+        for (int row = 1; row <= document.GetDatacount(); ++row)
+            rows.append({document.TextMatrix(row, 1), document.TextMatrix(row, 2), document.TextMatrix(row, 3),
+                         DataDocument::IsReadingValue(document.TextMatrix(row, 2)), document.rawText(row)});
+        return rows;
+    }
+    QTemporaryDir home;
+};
+
+TEST_F(JournalRecordingTest, EveryRowIsInTheJournalAndTheJournalGoesWithTheSave)
+{
+    meter.readingReplies = {ScriptedMeter::line(QStringLiteral("RR,N,+01.500 VDC")),
+                            ScriptedMeter::line(QStringLiteral("RR,O,+0.L   kOHM"))};
+    meter.silentRequests = {2};
+    DataDocument* document = startRecording(seconds(1), seconds(3));
+    ASSERT_EQ(journals().size(), 1);
+    const QString path = realtime.journalPath(document);
+    ASSERT_FALSE(path.isEmpty());
+    runToEnd(10);
+    ASSERT_EQ(document->GetDatacount(), 4);
+
+    // The journal outlives the recording until the document is saved; a later restore sees
+    // exactly what the document holds.
+    ASSERT_TRUE(QFileInfo::exists(path));
+    EXPECT_EQ(journals().size(), 1);
+    {
+        HeadlessHost otherHost;
+        otherHost.setQuestionAnswer(PromptAnswer::Yes);
+        Comm otherComm(&otherHost.prompter());
+        Realtime other(otherComm, otherHost);
+        other.setJournalFolder(home.path());
+        EXPECT_EQ(other.restoreInterruptedRecordings(), 0); // its owner is alive: not touched
+    }
+    realtime.releaseJournal(document); // after a successful save
+    EXPECT_FALSE(QFileInfo::exists(path));
+    EXPECT_TRUE(journals().isEmpty());
+    EXPECT_TRUE(QDir(home.path()).entryList(QDir::Files).isEmpty());
+}
+
+TEST_F(JournalRecordingTest, ARestoreRebuildsWhatWasRecorded)
+{
+    std::unique_ptr<HeadlessHost> crashedHost = std::make_unique<HeadlessHost>();
+    QList<JournalRow> recorded;
+    QString path;
+    {
+        // A program that records and then ends without saving or removing its journal: its
+        // journal object is let go, as at a crash (the lock goes with the process).
+        Comm crashedComm(&crashedHost->prompter());
+        crashedComm.setCommPort(meter.devicePath());
+        auto crashed = std::make_unique<Realtime>(crashedComm, *crashedHost);
+        crashed->setClock(&clock);
+        crashed->setAutomaticTicks(false);
+        crashed->setJournalFolder(home.path());
+        DataDocument* document = crashedHost->newDocument(DataKinds::Realtime);
+        document->SetInterval(QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("01"));
+        crashed->mnuRealtimeStart();
+        ASSERT_EQ(programState().CommState, CommStates::Realtime);
+        for (int i = 0; i < 4; ++i) {
+            clock.advance(1000);
+            const int before = meter.readingRequests();
+            crashed->tmRealtime_Timer();
+            ASSERT_TRUE(waitFor([&] { return meter.readingRequests() > before; }, 5s));
+            ASSERT_TRUE(waitFor([&] { return programState().RecvBuffer == QString::fromLatin1(meter.lastReply()); }, 5s));
+        }
+        recorded = rowsOf(*document);
+        ASSERT_EQ(recorded.size(), 3);
+        path = crashed->journalPath(document);
+        // Still recording when it "crashes": the destructor keeps a running recording's journal.
+        crashed.reset();
+        crashedComm.closePort();
+    }
+    programState().CommState = CommStates::Idle;
+    ASSERT_TRUE(QFileInfo::exists(path));
+
+    host.setQuestionAnswer(PromptAnswer::Yes);
+    EXPECT_EQ(realtime.restoreInterruptedRecordings(), 1);
+    ASSERT_EQ(host.questions().size(), 1);
+    EXPECT_TRUE(host.questions().first().contains(QStringLiteral("3 readings")));
+    ASSERT_EQ(host.documents().size(), 1u);
+    DataDocument* restored = host.documents().front().get();
+    EXPECT_EQ(restored->kind(), DataKinds::Realtime);
+    EXPECT_EQ(rowsOf(*restored), recorded);
+    EXPECT_EQ(restored->GetIntervalcount(), 1);
+    EXPECT_TRUE(restored->GetPeriodnone());
+    EXPECT_EQ(programState().MeterModel, QStringLiteral("1"));
+    // Kept until the restored document is saved or closed.
+    EXPECT_EQ(realtime.journalPath(restored), path);
+    EXPECT_TRUE(QFileInfo::exists(path));
+    realtime.releaseJournal(restored);
+    EXPECT_FALSE(QFileInfo::exists(path));
+}
+
+TEST_F(JournalRecordingTest, DiscardingALeftOverRemovesIt)
+{
+    {
+        auto journal = RecordingJournal::create(home.path(), nullptr);
+        ASSERT_TRUE(journal);
+        JournalStart start;
+        start.interval = seconds(1);
+        ASSERT_TRUE(journal->writeStart(start));
+        ASSERT_TRUE(journal->appendRow({QStringLiteral("10:00:00"), QStringLiteral("1"), QStringLiteral("VDC"), true,
+                                        QStringLiteral("1")}));
+    } // let go without removing: a left-over
+    ASSERT_EQ(journals().size(), 1);
+    host.setQuestionAnswer(PromptAnswer::No);
+    EXPECT_EQ(realtime.restoreInterruptedRecordings(), 0);
+    EXPECT_EQ(host.questions().size(), 1);
+    EXPECT_TRUE(host.documents().empty());
+    EXPECT_TRUE(QDir(home.path()).entryList(QDir::Files).isEmpty());
+}
+
+TEST_F(JournalRecordingTest, ALeftOverWithoutRowsGoesWithoutAQuestion)
+{
+    {
+        auto journal = RecordingJournal::create(home.path(), nullptr);
+        ASSERT_TRUE(journal);
+        ASSERT_TRUE(journal->writeStart(JournalStart{}));
+    }
+    EXPECT_EQ(realtime.restoreInterruptedRecordings(), 0);
+    EXPECT_TRUE(host.questions().isEmpty());
+    EXPECT_TRUE(QDir(home.path()).entryList(QDir::Files).isEmpty());
+}
+
+TEST_F(JournalRecordingTest, ARecordingContinuedInTheSameDocumentKeepsOneJournal)
+{
+    DataDocument* document = startRecording(seconds(1), seconds(1));
+    runToEnd(10);
+    ASSERT_EQ(document->GetDatacount(), 2);
+    const QString path = realtime.journalPath(document);
+    realtime.mnuRealtimeStart();
+    runToEnd(10);
+    ASSERT_EQ(document->GetDatacount(), 4);
+    EXPECT_EQ(realtime.journalPath(document), path);
+    EXPECT_EQ(journals().size(), 1);
+    // What a restore would get.
+    realtime.keepJournal(document);
+    auto found = RecordingJournal::takeLeftovers(home.path());
+    ASSERT_EQ(found.size(), 1u);
+    const auto contents = found[0]->read(nullptr);
+    ASSERT_TRUE(contents);
+    EXPECT_EQ(contents->rows, rowsOf(*document));
+}
+
+TEST_F(JournalRecordingTest, ADocumentWithRowsFromBeforeIsJournalledWhole)
+{
+    DataDocument* document = makeDocument(seconds(1), seconds(1));
+    fill(*document, 3);
+    realtime.mnuRealtimeStart();
+    runToEnd(10);
+    ASSERT_EQ(document->GetDatacount(), 5);
+    realtime.keepJournal(document);
+    auto found = RecordingJournal::takeLeftovers(home.path());
+    ASSERT_EQ(found.size(), 1u);
+    const auto contents = found[0]->read(nullptr);
+    ASSERT_TRUE(contents);
+    EXPECT_EQ(contents->rows, rowsOf(*document));
+}
+
+TEST_F(JournalRecordingTest, ClosingTheDocumentRemovesItsJournal)
+{
+    auto document = std::make_unique<DataDocument>();
+    document->OpenNew(DataKinds::Realtime);
+    document->SetInterval(QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("01"));
+    document->SetPeriod(false, QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("01"));
+    host.setActiveDocument(document.get());
+    realtime.mnuRealtimeStart();
+    runToEnd(10);
+    ASSERT_EQ(document->GetDatacount(), 2);
+    ASSERT_EQ(journals().size(), 1);
+    document.reset();
+    EXPECT_TRUE(journals().isEmpty());
+}
+
+TEST_F(JournalRecordingTest, ACleanExitLeavesNoJournal)
+{
+    {
+        Realtime second(comm, host);
+        second.setClock(&clock);
+        second.setAutomaticTicks(false);
+        second.setJournalFolder(home.path());
+        makeDocument(seconds(1), seconds(1));
+        second.mnuRealtimeStart();
+        int n = 0;
+        while (programState().CommState != CommStates::Idle && n++ < 10) {
+            clock.advance(1000);
+            const int before = meter.readingRequests();
+            second.tmRealtime_Timer();
+            if (programState().CommState == CommStates::Realtime)
+                ASSERT_TRUE(waitFor([&] {
+                    return meter.readingRequests() > before
+                        && programState().RecvBuffer == QString::fromLatin1(meter.lastReply());
+                }, 5s));
+        }
+        ASSERT_EQ(journals().size(), 1);
+    }
+    EXPECT_TRUE(journals().isEmpty());
+}
+
+TEST_F(JournalRecordingTest, AJournalThatCannotBeWrittenIsReportedAndRecordingGoesOn)
+{
+    realtime.setJournalFolder(home.filePath(QStringLiteral("missing")));
+    DataDocument* document = startRecording(seconds(1), seconds(2));
+    EXPECT_TRUE(host.statusMessage().contains(QStringLiteral("without a journal"))) << host.statusMessage().toStdString();
+    runToEnd(10);
+    EXPECT_EQ(document->GetDatacount(), 3);
+    EXPECT_EQ(realtime.lastEnd(), RealtimeEnd::PeriodOver);
 }
 
 } // namespace
