@@ -7,6 +7,7 @@
 #include "link/Comm.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
+#include "resources/Prompter.h"
 #include "resources/TextNumber.h"
 
 #include <QCommandLineParser>
@@ -123,10 +124,25 @@ struct MeterSession::Simulator {
 struct MeterSession::Simulator {};
 #endif
 
-MeterSession::MeterSession() : m_host(std::make_unique<HeadlessHost>())
+// The link's only message is a port that cannot be opened, in the system's words; on the
+// command line it names the port as well.
+class MeterSession::PortPrompter : public Prompter {
+public:
+    const Comm* comm = nullptr;
+    PromptAnswer message(const QString& text, PromptButtons, PromptIcon, PromptAnswer defaultAnswer) override
+    {
+        printMessage(comm ? QStringLiteral("%1: %2").arg(comm->portName(), text) : text);
+        return defaultAnswer;
+    }
+    QString chooseFile(const FileDialogRequest&) override { return {}; }
+};
+
+MeterSession::MeterSession()
+    : m_host(std::make_unique<HeadlessHost>()), m_portPrompter(std::make_unique<PortPrompter>())
 {
     m_host->setMessageHandler(printMessage);
-    m_comm = std::make_unique<Comm>(&m_host->prompter());
+    m_comm = std::make_unique<Comm>(m_portPrompter.get());
+    m_portPrompter->comm = m_comm.get();
 }
 
 MeterSession::~MeterSession()

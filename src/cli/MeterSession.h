@@ -67,7 +67,9 @@ public:
 
 private:
     struct Simulator;
+    class PortPrompter;
     std::unique_ptr<HeadlessHost> m_host;
+    std::unique_ptr<PortPrompter> m_portPrompter;
     std::unique_ptr<Comm> m_comm;
     std::unique_ptr<Simulator> m_simulator;
     QString m_folder;
