@@ -101,6 +101,8 @@ bool ParseSaveRecord(QString answer, DownloadedRecord& record)
 
 Download::Download(Comm& comm, CommandHost& host) : m_comm(comm), m_host(host) {}
 
+Download::~Download() = default;
+
 void Download::mnuDataLoging()
 {
     menuCommand(DataKinds::Logging);

@@ -68,6 +68,7 @@ enum class DownloadOutcome {
 class Download {
 public:
     Download(Comm& comm, CommandHost& host);
+    ~Download();
 
     Download(const Download&) = delete;
     Download& operator=(const Download&) = delete;

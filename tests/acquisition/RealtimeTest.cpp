@@ -939,11 +939,12 @@ TEST_F(JournalRecordingTest, ACleanExitLeavesNoJournal)
             clock.advance(1000);
             const int before = meter.readingRequests();
             second.tmRealtime_Timer();
-            if (programState().CommState == CommStates::Realtime)
+            if (programState().CommState == CommStates::Realtime) {
                 ASSERT_TRUE(waitFor([&] {
                     return meter.readingRequests() > before
                         && programState().RecvBuffer == QString::fromLatin1(meter.lastReply());
                 }, 5s));
+            }
         }
         ASSERT_EQ(journals().size(), 1);
     }
