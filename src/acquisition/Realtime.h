@@ -23,6 +23,13 @@
 // StopRealtime and StopMonitor show that message themselves whenever the link was lost, so
 // it appears once whichever way the loss is noticed (the tick, the link's signal, a failed
 // command of the start or stop sequence).
+//
+// How the main window uses it: one Realtime with the program's Comm and the window as its
+// CommandHost; setJournalFolder(program folder); restoreInterruptedRecordings() once the
+// windows are up; the menu items and the tool bar's Stop button call the mnu... functions and
+// StopButton(); when the Realtime or Monitor menu drops down, RealtimeMenuOnDropDown or
+// MoniterMenuOnDropDown says what to enable; after a successful save of a realtime document
+// it calls releaseJournal(document) (a closed, destroyed document is handled here).
 
 #include "acquisition/CommandHost.h"
 

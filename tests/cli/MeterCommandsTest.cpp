@@ -316,6 +316,20 @@ TEST_F(MeterCommandsTest, SigtermStopsTheRecordingAndSavesIt)
     EXPECT_TRUE(journals().isEmpty());
 }
 
+TEST_F(MeterCommandsTest, SigtermStopsMonitorMode)
+{
+    QProcess p;
+    QString out;
+    startUntilLines(p, {QStringLiteral("--simulate"), QStringLiteral("monitor")}, 2, out);
+    p.terminate();
+    ASSERT_TRUE(p.waitForFinished(15000));
+    out += QString::fromUtf8(p.readAllStandardOutput());
+    EXPECT_EQ(p.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
+    for (const QString& line : lines(out))
+        EXPECT_TRUE(ReadingLine.match(line).hasMatch()) << line.toStdString();
+}
+
 TEST_F(MeterCommandsTest, ARecordingKilledHardIsRecoveredFromItsJournal)
 {
     QProcess p;
