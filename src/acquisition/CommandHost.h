@@ -1,7 +1,7 @@
 #pragma once
 // What meter operations ask of the program around them. The desktop program's main window
 // answers with windows and dialogs; the command-line program and the tests answer without
-// any. Acquisition code never touches a widget: it calls these.
+// any (HeadlessHost). Acquisition code never touches a widget: it calls these.
 
 #include <QString>
 
@@ -13,10 +13,12 @@ class DataDocument;
 class Prompter;
 class ProgressView;
 
-// Receives one meter answer line (or "ERROR") for the live reading display.
+// Receives one meter answer line (or "ERROR") for the live reading display: the Monitor
+// window's SetData.
 class MonitorSink {
 public:
     virtual ~MonitorSink() = default;
+    // Shows the answer as the Monitor does (MonitorText of the line, then a blank).
     virtual void SetData(const QString& answer) = 0;
 };
 
@@ -24,45 +26,64 @@ public:
 class RealtimeForwarder {
 public:
     virtual ~RealtimeForwarder() = default;
-    // False with LastError set when forwarding could not start; an empty LastError means
-    // the user gave up.
+    // Opens the sheet for the rows to come. False with LastError set when forwarding could
+    // not start; an empty LastError means the user gave up.
     virtual bool BeginRealtimeForward() = 0;
+    // Appends one recorded row. False with LastError set when it could not be written.
     virtual bool AppendRealtimeRow(const QString& timeText, const QString& displayText, const QString& unitText) = 0;
+    // The recording ended: frame, summary and chart, then the workbook is handed to the user.
+    // Also called after a BeginRealtimeForward that failed while NoForward stayed false,
+    // so it must be harmless when nothing is held.
     virtual void EndRealtimeForward() = 0;
     // Drops the workbook objects after a failed row (recording goes on without forwarding).
     virtual void releaseRealtimeForward() = 0;
 };
 
+// Which operation the tool bar's Stop button (and the Stop menu items) ended.
+enum class StopTarget { Realtime, Monitor };
+
 class CommandHost {
 public:
     virtual ~CommandHost() = default;
 
+    // Every message box and question of an operation.
     virtual Prompter& prompter() = 0;
 
     // Switches menus and tool bars (and the recording document's own controls) between the
-    // idle state and a running operation.
+    // idle state and a running recording (SetRealtimeCommands) or monitor mode
+    // (SetMonitorCommands). Switching back also enables again what disableStopCommands
+    // disabled.
     virtual void SetRealtimeCommands(bool running) = 0;
     virtual void SetMonitorCommands(bool running) = 0;
+
+    // Stop was chosen: disables the mnuRealtime menu (StopTarget::Realtime) or the mnuMoniter
+    // menu (StopTarget::Monitor) and the tool bar's "Stop" button, so that Stop cannot be
+    // pressed twice while the operation winds down at the next second.
+    virtual void disableStopCommands(StopTarget target) = 0;
 
     // The main status text (the "Msg" panel).
     virtual void setStatusMessage(const QString& text) = 0;
 
-    // The Monitor when it is shown; with createIfNeeded, shown first. Null when there is none.
+    // The Monitor when it is shown; with createIfNeeded it is shown (and brought forward)
+    // first. Null when there is none (a host without a Monitor).
     virtual MonitorSink* monitor(bool createIfNeeded) = 0;
 
-    // A new progress and cancel dialog for a download or a forwarding.
+    // A new progress and cancel dialog for a download or a forwarding, not yet shown.
     virtual std::unique_ptr<ProgressView> openProgress() = 0;
 
-    // A new document (its window, in the desktop program) already made with OpenNew(kind).
+    // A new document (its window, in the desktop program) already made with OpenNew(kind)
+    // and made the active one. The host owns it.
     virtual DataDocument* newDocument(int kind) = 0;
-    // The document of the active window, or null.
+    // The document of the active window, or null (also when the active window is the Monitor).
     virtual DataDocument* activeDocument() = 0;
 
     // The Interval and period dialog for a document, modal.
     virtual void showIntervalDialog(DataDocument& document) = 0;
-    // The Forward dialog, modal: leaves NoForward false when confirmed, true when cancelled.
+    // The Forward dialog, modal: leaves NoForward false when confirmed, true when cancelled
+    // (ExcelFile and ExcelTitle then say where the rows go).
     virtual void showForwardDialog() = 0;
-    // Forwards the current document whole (progress dialog, messages included).
+    // Forwards the current document (programState().CurrentDoc) whole, with its own progress
+    // dialog and messages.
     virtual void forwardCurrentDocument() = 0;
 
     // Forwarding of realtime rows.

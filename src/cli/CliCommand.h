@@ -31,6 +31,11 @@ void printError(const QString& text);
 
 // The commands.
 int runStats(const QStringList& arguments);
+int runInfo(const QStringList& arguments);
+int runMonitor(const QStringList& arguments);
+int runRecord(const QStringList& arguments);
+int runDownload(const QStringList& arguments);
+int runRecover(const QStringList& arguments);
 int runForward(const QStringList& arguments);
 
 } // namespace quvo::cli

@@ -9,6 +9,15 @@ const std::vector<CliCommand>& cliCommands()
     static const std::vector<CliCommand> commands = {
         {QStringLiteral("stats"), QStringLiteral("stats FILE"),
          QStringLiteral("Print MAX, MIN, AVG and the reading count of a data file."), runStats},
+        {QStringLiteral("info"), QStringLiteral("info"), QStringLiteral("Print the meter's model."), runInfo},
+        {QStringLiteral("monitor"), QStringLiteral("monitor [--count N]"),
+         QStringLiteral("Print the meter's reading once a second."), runMonitor},
+        {QStringLiteral("record"), QStringLiteral("record --interval T [--period T] --out FILE"),
+         QStringLiteral("Record readings at an interval into a data file."), runRecord},
+        {QStringLiteral("download"), QStringLiteral("download logging|save --out FILE"),
+         QStringLiteral("Read the meter's LOGGING or SAVE memory into a data file."), runDownload},
+        {QStringLiteral("recover"), QStringLiteral("recover --out FILE"),
+         QStringLiteral("Restore a recording interrupted by a crash into a data file."), runRecover},
         {QStringLiteral("forward"), QStringLiteral("forward FILE"), QStringLiteral("Forward a data file to a workbook (.xlsx)."), runForward},
     };
     return commands;

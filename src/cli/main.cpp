@@ -2,6 +2,7 @@
 // commands are listed in Commands.cpp.
 
 #include "cli/CliCommand.h"
+#include "cli/MeterSession.h"
 #include "resources/Version.h"
 
 #include <QCommandLineParser>
@@ -19,9 +20,11 @@ QString generalHelp(const QCommandLineParser& parser)
     text.replace(0, endOfFirstLine, QStringLiteral("Usage: quvolink-cli [options] COMMAND [ARGUMENTS]"));
     text += QStringLiteral("\nCommands:\n");
     for (const CliCommand& c : cliCommands())
-        text += QStringLiteral("  %1  %2\n").arg(c.synopsis, -12).arg(c.summary);
+        text += QStringLiteral("  %1\n      %2\n").arg(c.synopsis, c.summary);
     text += QStringLiteral("\n'quvolink-cli COMMAND --help' explains a command.\n"
-                           "\nExample:\n  quvolink-cli stats recording.CSV\n");
+                           "\nExample:\n  quvolink-cli stats recording.CSV\n"
+                           "  quvolink-cli --port /dev/ttyUSB0 record --interval 5 --out bench.csv\n"
+                           "  quvolink-cli --simulate download logging --out memory.csv\n");
     return text;
 }
 
@@ -34,13 +37,14 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QString::fromLatin1(quvo::VersionString));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Quvolink on the command line: data files of the multimeter."));
+    parser.setApplicationDescription(QStringLiteral("Quvolink on the command line: the multimeter and its data files."));
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help."));
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Show the version."));
     parser.addOption(help);
     parser.addOption(version);
+    addGlobalOptions(parser);
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("The command to run (see below)."),
                                  QStringLiteral("COMMAND [ARGUMENTS]"));
 
@@ -51,6 +55,11 @@ int main(int argc, char** argv)
     if (parser.isSet(version)) {
         printOut(QStringLiteral("quvolink-cli %1\n").arg(QCoreApplication::applicationVersion()));
         return ExitOk;
+    }
+    QString optionError;
+    if (!takeGlobalOptions(parser, &optionError)) {
+        printError(optionError + QStringLiteral("\n\n") + generalHelp(parser));
+        return ExitUsage;
     }
     QStringList arguments = parser.positionalArguments();
     if (parser.isSet(help)) {

@@ -170,8 +170,11 @@ bool Comm::OpenPort()
 
 void Comm::closePort()
 {
-    if (coComm.isOpen())
+    if (coComm.isOpen()) {
+        if (!m_linkLost)
+            coComm.flush(); // written text waits in the port's buffer until the event loop runs
         coComm.close();
+    }
     coComm.clearError();
 }
 

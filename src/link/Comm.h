@@ -76,8 +76,13 @@ public:
     // system's reason is shown (exclamation icon) and kept in LastError, and the result is
     // false. A port that is already open is left as it is.
     bool OpenPort();
+    // Closes the port. What was written and not yet handed to the system is written first,
+    // so a last command ("PL,0" after Stop or Cancel) is not lost with the close.
     void closePort();
     bool PortOpen() const;
+    // True from a failure of the open port (see portLost) until the next OpenPort. Every
+    // SendCommand and writeLine fails meanwhile, with the link's message in LastError.
+    bool isLinkLost() const { return m_linkLost; }
 
     // Sends one command line and waits for its answer, which is then in RecvBuffer.
     // `attempts` is the number of sends; each one waits answerTimeoutMs() for an answer.
