@@ -87,7 +87,13 @@ void FileCommands::FileSave(DataDocument& document)
     }
     if (refuseReadOnly(name))
         return;
-    document.SaveFile(name);
+    save(document, name);
+}
+
+void FileCommands::save(DataDocument& document, const QString& name)
+{
+    if (document.SaveFile(name))
+        m_windows.documentSaved(&document);
 }
 
 void FileCommands::FileSaveAs(DataDocument& document)
@@ -108,7 +114,7 @@ void FileCommands::FileSaveAs(DataDocument& document)
     }
     if (refuseReadOnly(name))
         return;
-    document.SaveFile(name);
+    save(document, name);
 }
 
 void FileCommands::FileForward(DataDocument& document)

@@ -25,6 +25,8 @@ public:
     virtual DataDocument* createDocumentWindow() = 0;
     // Closes a document window without asking (used after a failed open).
     virtual void discardDocumentWindow(DataDocument* document) = 0;
+    // The document was saved to its data file.
+    virtual void documentSaved(DataDocument* document) = 0;
 };
 
 // True when the file exists and is not a plain writable file: read-only, a folder, or (on
@@ -59,6 +61,7 @@ public:
 
 private:
     bool refuseReadOnly(const QString& name);
+    void save(DataDocument& document, const QString& name);
 
     Prompter* m_prompter;
     DocumentWindows& m_windows;

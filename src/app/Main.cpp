@@ -1,6 +1,6 @@
 #include "app/Main.h"
 
-#include "acquisition/RecordingJournal.h"
+#include "acquisition/Realtime.h"
 #include "app/Settings.h"
 #include "app/StartOptions.h"
 #include "app/ScreenshotTour.h"
@@ -101,7 +101,7 @@ int Main(int argc, char** argv)
     splash.close();
 
     // A recording that a crash interrupted can be restored into a new document.
-    offerJournalRestore(mainWindow, mainWindow.prompter());
+    mainWindow.realtime().restoreInterruptedRecordings();
 
     for (const QString& file : options->files)
         mainWindow.fileCommands().openFile(QFileInfo(file).absoluteFilePath());

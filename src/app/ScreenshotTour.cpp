@@ -8,17 +8,20 @@
 #include "document/DataDocument.h"
 #include "document/frmData.h"
 #include "document/frmSetting.h"
+#include "forward/ForwardSetup.h"
 #include "forward/frmForward.h"
 #include "link/frmPort.h"
 #include "metersim/MeterSimulator.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
+#include "resources/Prompter.h"
 #include "resources/ResID.h"
 #include "resources/TextNumber.h"
 #include "resources/TimeText.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QPixmap>
 #include <QTimer>
@@ -76,6 +79,13 @@ void fillSampleDocument(DataDocument& document)
     document.PaintGraphtop();
 }
 
+// Answers No to every question: the tour's sample document is closed without saving.
+class DiscardingPrompter : public Prompter {
+public:
+    PromptAnswer message(const QString&, PromptButtons, PromptIcon, PromptAnswer) override { return PromptAnswer::No; }
+    QString chooseFile(const FileDialogRequest&) override { return {}; }
+};
+
 } // namespace
 
 int runScreenshotTour(frmMain& mainWindow, const QString& folder)
@@ -88,17 +98,17 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
     fillSampleDocument(*document);
     frmData* window = mainWindow.windowOf(document);
     if (auto* frame = qobject_cast<QMdiSubWindow*>(window->parentWidget())) {
-        frame->resize(900, 460);
+        frame->resize(830, 460);
         frame->move(0, 0);
     }
 
     frmMoniter* monitor = mainWindow.showMonitor();
-    const QString answer = sim::readingLine(QStringLiteral("RR"), sim::MeterValue{false, QLatin1Char('+'),
-                                                                                   QStringLiteral("01.234"),
-                                                                                   QLatin1Char(' '), QStringLiteral("VDC")});
+    sim::MeterValue reading;
+    reading.number = QStringLiteral("01.234");
+    const QString answer = sim::readingLine(QStringLiteral("RR"), reading);
     monitor->SetData(answer + sim::checkCharacter(answer));
     if (QWidget* frame = monitor->frame())
-        frame->move(910, 0);
+        frame->move(834, 0);
     if (auto* frame = qobject_cast<QMdiSubWindow*>(window->parentWidget()))
         mainWindow.mdiArea()->setActiveSubWindow(frame);
 
@@ -122,7 +132,9 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
         ok &= save(&dialog, folder, QStringLiteral("port-dialog"));
     }
     {
-        frmForward dialog(mainWindow.prompter(), &mainWindow);
+        ForwardSetup setup(mainWindow.prompter());
+        setup.Load();
+        frmForward dialog(setup, &mainWindow);
         dialog.show();
         ok &= save(&dialog, folder, QStringLiteral("forward-dialog"));
     }
@@ -141,11 +153,11 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
         ok &= save(&about, folder, QStringLiteral("about-box"));
     }
 
-    // The sample document is not to be kept: leave without the save question.
-    programState().CommState = CommStates::Idle;
-    for (DataDocument* open : mainWindow.openDocuments())
-        mainWindow.discardDocumentWindow(open);
+    // The sample document is not to be kept: leave answering No to the save question.
+    DiscardingPrompter discarding;
+    mainWindow.setPrompter(&discarding);
     mainWindow.close();
+    mainWindow.setPrompter(nullptr);
     return ok ? 0 : 1;
 }
 

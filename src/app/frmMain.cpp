@@ -12,7 +12,8 @@
 #include "document/frmData.h"
 #include "document/frmSetting.h"
 #include "forward/Forward.h"
-#include "forward/ForwardDialog.h"
+#include "forward/ForwardSetup.h"
+#include "forward/frmForward.h"
 #include "forward/XlsxBackend.h"
 #include "link/frmPort.h"
 #include "resources/Constant.h"
@@ -139,22 +140,24 @@ frmMain::frmMain(QWidget* parent)
     buildToolbars();
     buildStatusBar();
 
-    m_clock = std::make_unique<SystemClock>();
-    m_realtime = std::make_unique<Realtime>(coComm, *this, *m_clock);
+    m_realtime = std::make_unique<Realtime>(coComm, *this);
     m_download = std::make_unique<Download>(coComm, *this);
 
+    // Forwarding writes .xlsx workbooks and hands each finished one to the desktop's
+    // spreadsheet program; a workbook that cannot be written is reported by the engine.
+    m_forward = std::make_unique<Forward>();
     XlsxSettings workbookSettings;
     workbookSettings.openFile = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
-    workbookSettings.reportFailure = [this](const QString& text) { m_prompter->warn(text); };
+    workbookSettings.reportFailure = m_forward->handBackFailureReporter();
     m_workbooks = std::make_unique<XlsxConnector>(workbookSettings);
-    m_forward = std::make_unique<Forward>(*m_workbooks);
+    m_forward->setConnector(m_workbooks.get());
     m_forward->setPrompter(m_prompter);
     m_forward->setProgressFactory([this] { return openProgress(); });
-    m_forward->setActivateHooks([this] {
+    m_forward->setActivateDocumentWindow([this] {
         if (frmData* window = windowOf(programState().CurrentDoc))
             m_mdi->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(window->parentWidget()));
-    },
-                                [this] { activateWindow(); });
+    });
+    m_forward->setActivateMainWindow([this] { activateWindow(); });
 
     connect(m_mdi, &QMdiArea::subWindowActivated, this, [this](QMdiSubWindow*) {
         // With no active child left, no document button stays on.
@@ -322,6 +325,7 @@ void frmMain::Load(const QString& portOverride)
 
     setupProgramPaths();
     ReadSettings();
+    m_realtime->setJournalFolder(programFolder());
     coComm.setCommPort(portOverride.isEmpty() ? state.PortNumber : portOverride);
 
     applyStoredPlacement();
@@ -440,22 +444,31 @@ QList<DataDocument*> frmMain::openDocuments() const
     return documents;
 }
 
-DataDocument* frmMain::createDocumentWindow()
+frmData* frmMain::makeDataWindow()
 {
     auto* window = new frmData;
     window->setPrompter(m_prompter);
     connect(window, &frmData::documentButtonsRequested, this, &frmMain::applyDocumentButtons);
     window->setSaveAction([this, window] { m_files.FileSave(*window->document()); });
+    // A closed document no longer needs the journal of its recording.
+    connect(window, &QObject::destroyed, this, [this, document = window->document()] {
+        m_realtime->releaseJournal(document);
+    });
     window->document()->setBusyHook([](bool busy) {
         if (busy)
             QApplication::setOverrideCursor(Qt::WaitCursor);
         else
             QApplication::restoreOverrideCursor();
     });
-    QMdiSubWindow* frame = addChild(window);
-    window->document()->OpenNew(DataDocument::KindBeforeOpen);
-    frame->show();
-    return window->document();
+    addChild(window)->show();
+    return window;
+}
+
+DataDocument* frmMain::createDocumentWindow()
+{
+    DataDocument* document = makeDataWindow()->document();
+    document->OpenNew(DataDocument::KindBeforeOpen);
+    return document;
 }
 
 void frmMain::discardDocumentWindow(DataDocument* document)
@@ -466,9 +479,15 @@ void frmMain::discardDocumentWindow(DataDocument* document)
     }
 }
 
+void frmMain::documentSaved(DataDocument* document)
+{
+    // Saved to its data file: the journal of its recording is no longer needed.
+    m_realtime->releaseJournal(document);
+}
+
 DataDocument* frmMain::newDocument(int kind)
 {
-    DataDocument* document = createDocumentWindow();
+    DataDocument* document = makeDataWindow()->document();
     document->OpenNew(kind);
     return document;
 }
@@ -533,23 +552,24 @@ void frmMain::onSetupMenu()
 
 void frmMain::onRealtimeMenu()
 {
-    if (programState().CommState != CommStates::Idle)
-        return;
     const frmData* window = activeDataWindow();
     const int kind = window ? ParseDataKind(window->Tag()) : DataKinds::Unknown;
-    const RealtimeMenuState state = realtimeMenuState(!openDocuments().isEmpty(), kind);
-    action(QStringLiteral("mnuRealtimeNew"))->setEnabled(state.newDocument);
-    action(QStringLiteral("mnuRealtimeStart"))->setEnabled(state.start);
-    action(QStringLiteral("mnuRealtimeStop"))->setEnabled(state.stop);
+    const std::optional<RealtimeMenuState> state =
+        RealtimeMenuOnDropDown(programState().CommState, !openDocuments().isEmpty(), kind);
+    if (!state)
+        return;
+    action(QStringLiteral("mnuRealtimeNew"))->setEnabled(state->New);
+    action(QStringLiteral("mnuRealtimeStart"))->setEnabled(state->Start);
+    action(QStringLiteral("mnuRealtimeStop"))->setEnabled(state->Stop);
 }
 
 void frmMain::onMoniterMenu()
 {
-    if (programState().CommState != CommStates::Idle)
+    const std::optional<MoniterMenuState> state = MoniterMenuOnDropDown(programState().CommState);
+    if (!state)
         return;
-    const MonitorMenuState state = monitorMenuState();
-    action(QStringLiteral("mnuMoniterStart"))->setEnabled(state.start);
-    action(QStringLiteral("mnuMoniterStop"))->setEnabled(state.stop);
+    action(QStringLiteral("mnuMoniterStart"))->setEnabled(state->Start);
+    action(QStringLiteral("mnuMoniterStop"))->setEnabled(state->Stop);
 }
 
 // --- Commands -----------------------------------------------------------------------------------
@@ -580,11 +600,15 @@ void frmMain::runToolbarKey(const QString& key)
 
 void frmMain::stopButton()
 {
-    const int state = programState().CommState;
-    if (state == CommStates::RealtimeForward || state == CommStates::Realtime || state == CommStates::RealtimeCommand)
-        m_realtime->mnuRealtimeStop();
-    else
-        m_realtime->mnuMoniterStop();
+    m_realtime->StopButton();
+}
+
+void frmMain::disableStopCommands(StopTarget target)
+{
+    menu(target == StopTarget::Realtime ? QStringLiteral("mnuRealtime") : QStringLiteral("mnuMoniter"))
+        ->menuAction()
+        ->setEnabled(false);
+    action(QStringLiteral("Stop"))->setEnabled(false);
 }
 
 void frmMain::mnuFileClose()
@@ -676,7 +700,7 @@ void frmMain::showIntervalDialog(DataDocument& document)
 
 void frmMain::showForwardDialog()
 {
-    showForwardDialogFor(this, *m_prompter);
+    ShowForwardDialog(frmForward::factory(this), *m_prompter);
 }
 
 void frmMain::forwardCurrentDocument()

@@ -10,6 +10,7 @@
 // progress dialog, status text) and the DocumentWindows of the file commands.
 
 #include "acquisition/CommandHost.h"
+#include "acquisition/frmMoniter.h"
 #include "app/FileCommands.h"
 #include "app/QtPrompter.h"
 #include "app/Settings.h"
@@ -33,12 +34,9 @@ namespace quvo {
 
 class Download;
 class Forward;
-class ForwardDialogFactory;
 class Realtime;
-class SystemClock;
 class XlsxConnector;
 class frmData;
-class frmMoniter;
 
 class frmMain : public QMainWindow, public CommandHost, public DocumentWindows {
     Q_OBJECT
@@ -82,6 +80,7 @@ public:
     Prompter& prompter() override;
     void SetRealtimeCommands(bool running) override;
     void SetMonitorCommands(bool running) override;
+    void disableStopCommands(StopTarget target) override;
     void setStatusMessage(const QString& text) override;
     MonitorSink* monitor(bool createIfNeeded) override;
     std::unique_ptr<ProgressView> openProgress() override;
@@ -96,6 +95,7 @@ public:
     QList<DataDocument*> openDocuments() const override;
     DataDocument* createDocumentWindow() override;
     void discardDocumentWindow(DataDocument* document) override;
+    void documentSaved(DataDocument* document) override;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -138,13 +138,13 @@ private:
     void applyDocumentButtons(bool enabled, int kind);
     void onMonitorShownChanged(bool shown);
     frmData* activeDataWindow() const;
+    frmData* makeDataWindow();
     QMdiSubWindow* addChild(QWidget* child);
 
     Comm coComm;
     QtPrompter m_qtPrompter;
     Prompter* m_prompter;
     FileCommands m_files;
-    std::unique_ptr<SystemClock> m_clock;
     std::unique_ptr<Realtime> m_realtime;
     std::unique_ptr<Download> m_download;
     std::unique_ptr<XlsxConnector> m_workbooks;

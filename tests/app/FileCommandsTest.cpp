@@ -1,9 +1,8 @@
 // The File menu's commands: the already-open and read-only refusals, Save As, Forward.
 #include "app/FileCommands.h"
 
-#include "acquisition/CommandHost.h"
+#include "acquisition/HeadlessHost.h"
 #include "document/DataDocument.h"
-#include "resources/ProgressView.h"
 #include "resources/ProgramState.h"
 #include "support/ScriptedPrompter.h"
 
@@ -25,6 +24,7 @@ public:
     std::vector<std::unique_ptr<DataDocument>> documents;
     test::ScriptedPrompter* prompter = nullptr;
     int discarded = 0;
+    QList<DataDocument*> saved;
 
     QList<DataDocument*> openDocuments() const override
     {
@@ -45,34 +45,7 @@ public:
         std::erase_if(documents, [&](const auto& d) { return d.get() == document; });
         ++discarded;
     }
-};
-
-class FakeHost : public CommandHost {
-public:
-    explicit FakeHost(Prompter& p) : m_prompter(p) {}
-    int forwardDialogs = 0;
-    int forwards = 0;
-    bool confirmForward = true;
-
-    Prompter& prompter() override { return m_prompter; }
-    void SetRealtimeCommands(bool) override {}
-    void SetMonitorCommands(bool) override {}
-    void setStatusMessage(const QString&) override {}
-    MonitorSink* monitor(bool) override { return nullptr; }
-    std::unique_ptr<ProgressView> openProgress() override { return nullptr; }
-    DataDocument* newDocument(int) override { return nullptr; }
-    DataDocument* activeDocument() override { return nullptr; }
-    void showIntervalDialog(DataDocument&) override {}
-    void showForwardDialog() override
-    {
-        ++forwardDialogs;
-        programState().NoForward = !confirmForward;
-    }
-    void forwardCurrentDocument() override { ++forwards; }
-    RealtimeForwarder& realtimeForwarder() override { std::abort(); }
-
-private:
-    Prompter& m_prompter;
+    void documentSaved(DataDocument* document) override { saved.append(document); }
 };
 
 class FileCommandsTest : public ::testing::Test {
@@ -83,6 +56,7 @@ protected:
         ASSERT_TRUE(dir.isValid());
         programState().WorkPath = dir.filePath(QStringLiteral("WORK.~~~"));
         windows.prompter = &prompter;
+        host.setDocumentForwarder([this] { ++forwards; });
     }
 
     // A saved realtime document file with `readings` rows.
@@ -103,7 +77,8 @@ protected:
     QTemporaryDir dir;
     test::ScriptedPrompter prompter;
     FakeWindows windows;
-    FakeHost host{prompter};
+    HeadlessHost host;
+    int forwards = 0;
     FileCommands commands{prompter, windows, host};
 };
 
@@ -214,6 +189,7 @@ TEST_F(FileCommandsTest, SavingOverAReadOnlyFileIsRefusedAndTheFileKept)
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
     EXPECT_EQ(f.readAll(), before);
     EXPECT_FALSE(doc.isUnchanged());
+    EXPECT_TRUE(windows.saved.isEmpty());
     QFile::setPermissions(file, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
@@ -228,6 +204,7 @@ TEST_F(FileCommandsTest, SaveWithoutAFileNameRunsSaveAs)
     EXPECT_EQ(prompter.fileRequests.first().mode, FileDialogRequest::Mode::Save);
     EXPECT_EQ(doc->GetFilename(), target);
     EXPECT_TRUE(QFile::exists(target));
+    EXPECT_EQ(windows.saved, QList<DataDocument*>{doc});
 }
 
 TEST_F(FileCommandsTest, AFolderIsNeverSavedOver)
@@ -242,8 +219,8 @@ TEST_F(FileCommandsTest, ForwardingAnEmptyDocumentDoesNothing)
     doc->OpenNew(DataKinds::Realtime);
     commands.FileForward(*doc);
     EXPECT_EQ(programState().CurrentDoc, doc);
-    EXPECT_EQ(host.forwardDialogs, 0);
-    EXPECT_EQ(host.forwards, 0);
+    EXPECT_EQ(host.forwardDialogCount(), 0);
+    EXPECT_EQ(forwards, 0);
 }
 
 TEST_F(FileCommandsTest, ForwardingRunsOnlyWhenTheDialogIsConfirmed)
@@ -252,12 +229,12 @@ TEST_F(FileCommandsTest, ForwardingRunsOnlyWhenTheDialogIsConfirmed)
     prompter.fileNames = {file};
     commands.FileOpen();
     DataDocument& doc = *windows.documents.front();
-    host.confirmForward = false;
+    host.setForwardConfirmed(false);
     commands.FileForward(doc);
-    EXPECT_EQ(host.forwardDialogs, 1);
-    EXPECT_EQ(host.forwards, 0);
-    host.confirmForward = true;
+    EXPECT_EQ(host.forwardDialogCount(), 1);
+    EXPECT_EQ(forwards, 0);
+    host.setForwardConfirmed(true);
     commands.FileForward(doc);
-    EXPECT_EQ(host.forwardDialogs, 2);
-    EXPECT_EQ(host.forwards, 1);
+    EXPECT_EQ(host.forwardDialogCount(), 2);
+    EXPECT_EQ(forwards, 1);
 }
