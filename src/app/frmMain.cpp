@@ -166,7 +166,13 @@ frmMain::frmMain(QWidget* parent)
     });
 }
 
-frmMain::~frmMain() = default;
+frmMain::~frmMain()
+{
+    // The child windows go first, while the meter operations they report to still exist.
+    disconnect(m_mdi, nullptr, this, nullptr);
+    delete m_mdi;
+    m_mdi = nullptr;
+}
 
 void frmMain::setPrompter(Prompter* prompter)
 {
