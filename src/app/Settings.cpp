@@ -70,28 +70,42 @@ std::optional<float> readSingle(QSettings& store, const QString& key, float defa
 // --- Program folder and file paths ------------------------------------------------------
 
 QString chooseProgramFolder(const QString& homeVariable, const QString& executableFolder,
-                            bool executableFolderWritable, const QString& appDataFolder)
+                            bool executableFolderIsPortable, const QString& appDataFolder)
 {
     if (!homeVariable.isEmpty())
         return homeVariable;
-    if (executableFolderWritable)
+    if (executableFolderIsPortable)
         return executableFolder;
     return appDataFolder;
+}
+
+bool isPortableFolder(const QString& executableFolder)
+{
+    if (executableFolder.isEmpty())
+        return false;
+    const QFileInfo settings(settingsFilePath(executableFolder));
+    return settings.exists() && QFileInfo(executableFolder).isWritable();
+}
+
+QString perUserProgramFolder()
+{
+    QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (data.isEmpty())
+        data = QDir::homePath();
+    return QDir(data).filePath(SettingsOrganisation);
 }
 
 QString programFolder()
 {
     const QString home = qEnvironmentVariable(HomeEnvVar);
     const QString executableFolder = QCoreApplication::applicationDirPath();
-    const bool writable = !executableFolder.isEmpty() && QFileInfo(executableFolder).isWritable();
-    QString appData;
-    if (home.isEmpty() && !writable) {
-        appData = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-        if (appData.isEmpty())
-            appData = QDir::homePath();
-        QDir().mkpath(appData);
+    const bool portable = home.isEmpty() && isPortableFolder(executableFolder);
+    QString perUser;
+    if (home.isEmpty() && !portable) {
+        perUser = perUserProgramFolder();
+        QDir().mkpath(perUser);
     }
-    return chooseProgramFolder(home, executableFolder, writable, appData);
+    return chooseProgramFolder(home, executableFolder, portable, perUser);
 }
 
 QString programFilePath(const QString& folder, const QString& fileName)

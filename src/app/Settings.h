@@ -23,11 +23,19 @@ namespace quvo {
 // --- Program folder and file paths ------------------------------------------------------
 
 // The folder of the settings and work files: the folder named by QUVOLINK_HOME when set;
-// else the executable's folder when it is writable (a portable install); else the per-user
-// application data folder.
+// else the executable's folder when it is a portable install; else the per-user data folder.
+// The desktop program and the command-line program share it, so a recording journal or a
+// port setting of one is seen by the other.
 QString chooseProgramFolder(const QString& homeVariable, const QString& executableFolder,
-                            bool executableFolderWritable, const QString& appDataFolder);
-// The same for this process (the application data folder is created when it is chosen).
+                            bool executableFolderIsPortable, const QString& appDataFolder);
+// A portable install is a writable program folder that already holds a QUVO.INI: copy the
+// program and a settings file onto a stick and it keeps everything there. Writability alone
+// is not enough: the superuser can write into /usr/bin, which must never fill up with
+// settings files.
+bool isPortableFolder(const QString& executableFolder);
+// The per-user folder: <user data folder>/Quvolink (~/.local/share/Quvolink here).
+QString perUserProgramFolder();
+// The folder for this process (the per-user folder is created when it is chosen).
 QString programFolder();
 
 // A file in a folder: appended directly when the folder text already ends in a separator

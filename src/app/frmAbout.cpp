@@ -33,7 +33,7 @@ QPixmap logoPixmap(const QWidget* w)
     QPixmap pixmap(QSize(side, side) * ratio);
     pixmap.setDevicePixelRatio(ratio);
     pixmap.fill(Qt::transparent);
-    QSvgRenderer renderer(QStringLiteral(":/quvo-about/quvolink.svg"));
+    QSvgRenderer renderer(QStringLiteral(":/icons/quvolink.svg"));
     if (renderer.isValid()) {
         QPainter painter(&pixmap);
         renderer.render(&painter, QRectF(0, 0, side, side));

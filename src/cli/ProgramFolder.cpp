@@ -1,20 +1,14 @@
 #include "cli/ProgramFolder.h"
 
-#include "resources/Constant.h"
-#include "resources/ProgramState.h"
+#include "app/Settings.h"
 
 #include <QDir>
-#include <QStandardPaths>
 
 namespace quvo::cli {
 
 QString programFolder()
 {
-    const QString home = qEnvironmentVariable(HomeEnvVar);
-    if (!home.isEmpty())
-        return QDir(home).absolutePath();
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/")
-        + SettingsOrganisation;
+    return quvo::programFolder();
 }
 
 bool useProgramFolder(QString& error)
@@ -24,7 +18,7 @@ bool useProgramFolder(QString& error)
         error = QStringLiteral("The program folder %1 cannot be created.").arg(QDir::toNativeSeparators(folder));
         return false;
     }
-    programState().WorkPath = QDir(folder).filePath(WorkFileName);
+    setupProgramPaths();
     return true;
 }
 

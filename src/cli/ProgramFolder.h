@@ -1,6 +1,7 @@
 #pragma once
-// The program folder of the command-line program: where the work file lives. The folder
-// named by QUVOLINK_HOME when it is set, else the per-user data folder of Quvolink.
+// The program folder of the command-line program: the same folder as the desktop program's
+// (QUVOLINK_HOME, a portable install, else the per-user folder), so that settings, the work
+// file and recording journals are shared.
 
 #include <QString>
 
@@ -8,8 +9,8 @@ namespace quvo::cli {
 
 QString programFolder();
 
-// Makes sure the folder exists and points programState().WorkPath at the work file in it.
-// False, with the reason in `error`, when the folder cannot be made.
+// Makes sure the folder exists and points IniPath and WorkPath at the files in it. False,
+// with the reason in `error`, when the folder cannot be made.
 bool useProgramFolder(QString& error);
 
 } // namespace quvo::cli

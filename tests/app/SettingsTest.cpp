@@ -92,7 +92,7 @@ TEST(ProgramPaths, AFileIsAppendedWithExactlyOneSeparator)
     }
 }
 
-TEST(ProgramPaths, TheFolderComesFromTheVariableThenTheExecutableThenAppData)
+TEST(ProgramPaths, TheFolderComesFromTheVariableThenAPortableInstallThenThePerUserFolder)
 {
     EXPECT_EQ(chooseProgramFolder(QStringLiteral("/home/u/q"), QStringLiteral("/opt/q"), true, QStringLiteral("/data")),
               QStringLiteral("/home/u/q"));
@@ -117,12 +117,30 @@ TEST(ProgramPaths, TheHomeVariableNamesTheFolderOfBothFiles)
     EXPECT_EQ(programState().IniPath, home.path() + QStringLiteral("/QUVO.INI"));
     EXPECT_EQ(programState().WorkPath, home.path() + QStringLiteral("/WORK.~~~"));
 
-    // Without it, the (writable) folder of the executable.
+    // Without it, the per-user folder (the test executable's folder holds no QUVO.INI).
     qunsetenv(HomeEnvVar);
-    EXPECT_EQ(programFolder(), QCoreApplication::applicationDirPath());
+    ASSERT_FALSE(QFile::exists(settingsFilePath(QCoreApplication::applicationDirPath())));
+    EXPECT_EQ(programFolder(), perUserProgramFolder());
     if (hadPrevious)
         qputenv(HomeEnvVar, previous);
     resetProgramState();
+}
+
+TEST(ProgramPaths, APortableInstallIsAWritableFolderHoldingASettingsFile)
+{
+    QTemporaryDir folder;
+    ASSERT_TRUE(folder.isValid());
+    EXPECT_FALSE(isPortableFolder(folder.path()));
+    QFile settings(settingsFilePath(folder.path()));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.close();
+    EXPECT_TRUE(isPortableFolder(folder.path()));
+    EXPECT_FALSE(isPortableFolder(QString()));
+}
+
+TEST(ProgramPaths, ThePerUserFolderIsNamedAfterTheProgram)
+{
+    EXPECT_TRUE(perUserProgramFolder().endsWith(QStringLiteral("/Quvolink")));
 }
 
 // --- The settings file --------------------------------------------------------------------

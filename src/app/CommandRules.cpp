@@ -1,0 +1,49 @@
+#include "app/CommandRules.h"
+
+#include "resources/Constant.h"
+#include "resources/ResID.h"
+
+namespace quvo {
+
+namespace {
+bool isDataDocumentKind(int kind)
+{
+    return kind == DataKinds::Logging || kind == DataKinds::Realtime || kind == DataKinds::Save;
+}
+} // namespace
+
+FileMenuState fileMenuState(bool hasActiveChild, int activeKind)
+{
+    const bool onDocument = hasActiveChild && isDataDocumentKind(activeKind);
+    return {onDocument, onDocument, onDocument, onDocument};
+}
+
+SettingsMenuState settingsMenuState(bool hasActiveChild, int activeKind)
+{
+    const bool onRealtime = hasActiveChild && activeKind == DataKinds::Realtime;
+    return {onRealtime, onRealtime};
+}
+
+const QStringList& toolbarKeys()
+{
+    static const QStringList keys = {
+        QStringLiteral("Open"),  QStringLiteral("Save"),  QStringLiteral("Forward"),  QStringLiteral("New"),
+        QStringLiteral("Start"), QStringLiteral("Ldata"), QStringLiteral("Sdata"),    QStringLiteral("Mstart"),
+        QStringLiteral("Interval"), QStringLiteral("Graph"), QStringLiteral("Moniter"),
+    };
+    return keys;
+}
+
+bool isToolbarKey(const QString& key)
+{
+    return toolbarKeys().contains(key);
+}
+
+QString dataFileFilter()
+{
+    const QString extension = QStringLiteral("CSV");
+    return ResID(Res::CsvFiles) + QStringLiteral(" (*.") + extension + QStringLiteral(")|*.") + extension
+           + QStringLiteral("|");
+}
+
+} // namespace quvo

@@ -1,0 +1,643 @@
+// The main window on the offscreen platform: menus and tool bars found by their names, the
+// enabling rules for every kind of active window and every link state, the close refusal,
+// the placement kept between runs, and a recording and a download against the simulated
+// meter driven through the menus.
+#include "app/frmMain.h"
+
+#include "acquisition/Realtime.h"
+#include "acquisition/frmMoniter.h"
+#include "app/Settings.h"
+#include "document/DataDocument.h"
+#include "document/frmData.h"
+#include "metersim/MeterSimulator.h"
+#include "resources/Constant.h"
+#include "resources/ProgramState.h"
+#include "support/ScriptedPrompter.h"
+#include "support/TestHelpers.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDialog>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QPushButton>
+#include <QSettings>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QToolBar>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace quvo;
+
+namespace {
+
+class MainWindowTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        resetProgramState();
+        ASSERT_TRUE(home.isValid());
+        ASSERT_TRUE(store.isValid());
+        qputenv(HomeEnvVar, QFile::encodeName(home.path()));
+        setSettingsStoreFolder(store.path());
+        window = std::make_unique<frmMain>();
+        window->setPrompter(&prompter);
+    }
+
+    void TearDown() override
+    {
+        programState().CommState = CommStates::Idle;
+        if (window) {
+            discarding.answers = QList<PromptAnswer>(20, PromptAnswer::No); // leave documents unsaved
+            window->setPrompter(&discarding);
+            window->close();
+            window.reset();
+        }
+        setSettingsStoreFolder(QString());
+        qunsetenv(HomeEnvVar);
+        resetProgramState();
+    }
+
+    void load(const QString& port = QString())
+    {
+        window->Load(port);
+        window->show();
+    }
+
+    QAction* item(const char* name) const { return window->action(QLatin1String(name)); }
+    QMenu* menu(const char* name) const { return window->menu(QLatin1String(name)); }
+    void dropDown(const char* name) const { emit menu(name)->aboutToShow(); }
+
+    // A saved document file of the kind, with some readings.
+    QString documentFile(int kind, const QString& name, int readings = 3)
+    {
+        DataDocument document;
+        document.OpenNew(kind);
+        for (int i = 0; i < readings; ++i) {
+            document.AddGridrow();
+            document.AddData(QStringLiteral("00:00:0%1").arg(i), QStringLiteral("1.5"), QStringLiteral("VDC"),
+                             QStringLiteral("1.5"));
+        }
+        const QString path = home.filePath(name);
+        EXPECT_TRUE(document.SaveFile(path));
+        return path;
+    }
+
+    DataDocument* open(const QString& path)
+    {
+        window->fileCommands().openFile(path);
+        return window->activeDocument();
+    }
+
+    QTemporaryDir home;
+    QTemporaryDir store;
+    test::ScriptedPrompter prompter;
+    test::ScriptedPrompter discarding;
+    std::unique_ptr<frmMain> window;
+};
+
+// Answers the Interval dialog that opens next: an interval of one second, then OK.
+void answerIntervalDialogWithOneSecond()
+{
+    QTimer::singleShot(10, [] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        if (!dialog) {
+            answerIntervalDialogWithOneSecond();
+            return;
+        }
+        dialog->findChild<QLineEdit*>(QStringLiteral("tbIsec"))->setText(QStringLiteral("1"));
+        dialog->findChild<QPushButton*>(QStringLiteral("btOk"))->click();
+    });
+}
+
+} // namespace
+
+TEST_F(MainWindowTest, MenusCarryTheirNamesAndCaptions)
+{
+    load();
+    const QList<std::pair<const char*, const char*>> items = {
+        {"mnuFile", "&File"},
+        {"mnuFileOpen", "&Open..."},
+        {"mnuFileClose", "&Close"},
+        {"mnuFileSave", "&Save"},
+        {"mnuFileSaveAs", "Save &As..."},
+        {"mnuFileForward", "&Forward to Microsoft Excel..."},
+        {"mnuFileExit", "E&xit"},
+        {"mnuRealtime", "&Realtime data receive"},
+        {"mnuRealtimeNew", "&New"},
+        {"mnuRealtimeStart", "Star&t"},
+        {"mnuRealtimeStop", "Sto&p"},
+        {"mnuData", "&Data receive"},
+        {"mnuDataLoging", "&LOGGING-mode"},
+        {"mnuDataSave", "&SAVE-mode"},
+        {"mnuMoniter", "&Monitor receive"},
+        {"mnuMoniterStart", "Star&t"},
+        {"mnuMoniterStop", "Sto&p"},
+        {"mnuSetup", "&Settings"},
+        {"mnuSetupCommport", "&Communications Port..."},
+        {"mnuSetupInterval", "&Interval and Period..."},
+        {"mnuSetupGraph", "&Graph..."},
+        {"mnuView", "&View"},
+        {"mnuViewToolbar", "&Tool bar"},
+        {"mnuViewStatusbar", "&Status bar"},
+        {"mnuViewMoniter", "&Monitor"},
+        {"mnuHelp", "&Help"},
+        {"mnuHelpAbout", "&About Quvolink..."},
+    };
+    for (const auto& [name, caption] : items) {
+        QMenu* m = window->findChild<QMenu*>(QLatin1String(name));
+        const QString text = m ? m->title() : window->action(QLatin1String(name))->text();
+        EXPECT_EQ(text, QString::fromUtf8(caption)) << name;
+    }
+    for (const char* separator : {"mnuFileBar1", "mnuFileBar2", "mnuFileBar3", "mnuRealtimeBar1", "mnuViewBar1"})
+        EXPECT_TRUE(window->action(QLatin1String(separator))->isSeparator()) << separator;
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("Quvolink"));
+}
+
+TEST_F(MainWindowTest, ToolBarButtonsCarryTheirKeysAndToolTips)
+{
+    load();
+    const QList<std::pair<const char*, const char*>> buttons = {
+        {"Open", "Open"},
+        {"Save", "Save"},
+        {"Forward", "Forward to Microsoft Excel"},
+        {"New", "New"},
+        {"Start", "Start realtime data receive"},
+        {"Ldata", "Start LOGGING-mode data receive"},
+        {"Sdata", "Start SAVE-mode data receive"},
+        {"Mstart", "Start monitor"},
+        {"Interval", "Interval and Period setup"},
+        {"Graph", "Graph setup"},
+        {"Moniter", "Monitor"},
+    };
+    auto* tbMain = window->findChild<QToolBar*>(QStringLiteral("tbMain"));
+    auto* tbSub = window->findChild<QToolBar*>(QStringLiteral("tbSub"));
+    ASSERT_TRUE(tbMain && tbSub);
+    for (const auto& [key, tip] : buttons) {
+        QAction* button = window->action(QLatin1String(key));
+        ASSERT_TRUE(button) << key;
+        EXPECT_TRUE(tbMain->actions().contains(button)) << key;
+        EXPECT_EQ(button->toolTip(), QString::fromUtf8(tip)) << key;
+        EXPECT_FALSE(button->icon().isNull()) << key;
+    }
+    QAction* stop = window->action(QStringLiteral("Stop"));
+    EXPECT_TRUE(tbSub->actions().contains(stop));
+    EXPECT_EQ(stop->toolTip(), QStringLiteral("Stop"));
+    EXPECT_TRUE(tbMain->isVisible());
+    EXPECT_FALSE(tbSub->isVisible());
+    EXPECT_TRUE(window->findChild<QLabel*>(QStringLiteral("Msg")));
+    EXPECT_EQ(window->statusBar()->objectName(), QStringLiteral("sbMain"));
+}
+
+TEST_F(MainWindowTest, TheFileMenuWithoutAChildOffersOpenAndExitOnly)
+{
+    load();
+    dropDown("mnuFile");
+    EXPECT_TRUE(item("mnuFileOpen")->isEnabled());
+    EXPECT_TRUE(item("mnuFileExit")->isEnabled());
+    for (const char* name : {"mnuFileClose", "mnuFileSave", "mnuFileSaveAs", "mnuFileForward"})
+        EXPECT_FALSE(item(name)->isEnabled()) << name;
+}
+
+TEST_F(MainWindowTest, TheFileMenuWithOnlyTheMonitorOffersOpenAndExitOnly)
+{
+    load();
+    window->showMonitor();
+    dropDown("mnuFile");
+    EXPECT_TRUE(item("mnuFileOpen")->isEnabled());
+    EXPECT_TRUE(item("mnuFileExit")->isEnabled());
+    for (const char* name : {"mnuFileClose", "mnuFileSave", "mnuFileSaveAs", "mnuFileForward"})
+        EXPECT_FALSE(item(name)->isEnabled()) << name;
+}
+
+TEST_F(MainWindowTest, EachDocumentKindSetsTheFileAndSettingsMenus)
+{
+    load();
+    struct Row {
+        int kind;
+        bool settings;
+    };
+    for (const Row row : {Row{DataKinds::Realtime, true}, Row{DataKinds::Logging, false}, Row{DataKinds::Save, false}}) {
+        DataDocument* document = open(documentFile(row.kind, QStringLiteral("kind%1.csv").arg(row.kind)));
+        ASSERT_TRUE(document);
+        ASSERT_EQ(document->kind(), row.kind);
+        dropDown("mnuFile");
+        for (const char* name : {"mnuFileClose", "mnuFileSave", "mnuFileSaveAs", "mnuFileForward"})
+            EXPECT_TRUE(item(name)->isEnabled()) << name << " kind " << row.kind;
+        dropDown("mnuSetup");
+        EXPECT_EQ(item("mnuSetupInterval")->isEnabled(), row.settings) << row.kind;
+        EXPECT_EQ(item("mnuSetupGraph")->isEnabled(), row.settings) << row.kind;
+    }
+}
+
+TEST_F(MainWindowTest, TheRealtimeMenuOffersStartOnlyOnARealtimeDocument)
+{
+    load();
+    dropDown("mnuRealtime");
+    EXPECT_TRUE(item("mnuRealtimeNew")->isEnabled());
+    EXPECT_FALSE(item("mnuRealtimeStart")->isEnabled());
+    EXPECT_FALSE(item("mnuRealtimeStop")->isEnabled());
+
+    open(documentFile(DataKinds::Logging, QStringLiteral("logging.csv")));
+    dropDown("mnuRealtime");
+    EXPECT_FALSE(item("mnuRealtimeStart")->isEnabled());
+
+    open(documentFile(DataKinds::Realtime, QStringLiteral("realtime.csv")));
+    dropDown("mnuRealtime");
+    EXPECT_TRUE(item("mnuRealtimeStart")->isEnabled());
+    EXPECT_FALSE(item("mnuRealtimeStop")->isEnabled());
+}
+
+TEST_F(MainWindowTest, DropDownsChangeNothingWhileAnOperationRuns)
+{
+    load();
+    open(documentFile(DataKinds::Realtime, QStringLiteral("realtime.csv")));
+    for (int state = 0; state <= 6; ++state) {
+        item("mnuRealtimeStart")->setEnabled(false);
+        item("mnuRealtimeStop")->setEnabled(true);
+        item("mnuMoniterStart")->setEnabled(false);
+        item("mnuMoniterStop")->setEnabled(true);
+        programState().CommState = state;
+        dropDown("mnuRealtime");
+        dropDown("mnuMoniter");
+        EXPECT_FALSE(item("mnuRealtimeStart")->isEnabled()) << state;
+        EXPECT_TRUE(item("mnuRealtimeStop")->isEnabled()) << state;
+        EXPECT_FALSE(item("mnuMoniterStart")->isEnabled()) << state;
+        EXPECT_TRUE(item("mnuMoniterStop")->isEnabled()) << state;
+    }
+    programState().CommState = CommStates::Idle;
+    dropDown("mnuRealtime");
+    dropDown("mnuMoniter");
+    EXPECT_TRUE(item("mnuRealtimeStart")->isEnabled());
+    EXPECT_FALSE(item("mnuRealtimeStop")->isEnabled());
+    EXPECT_TRUE(item("mnuMoniterStart")->isEnabled());
+    EXPECT_FALSE(item("mnuMoniterStop")->isEnabled());
+}
+
+TEST_F(MainWindowTest, DocumentButtonsFollowTheActiveDocument)
+{
+    load();
+    const auto buttons = [&] {
+        return QList<bool>{item("Save")->isEnabled(), item("Forward")->isEnabled(), item("Start")->isEnabled(),
+                           item("Interval")->isEnabled(), item("Graph")->isEnabled()};
+    };
+    EXPECT_EQ(buttons(), (QList<bool>{false, false, false, false, false}));
+
+    DataDocument* realtime = open(documentFile(DataKinds::Realtime, QStringLiteral("r.csv")));
+    ASSERT_TRUE(test::waitFor([&] { return item("Start")->isEnabled(); }));
+    EXPECT_EQ(buttons(), (QList<bool>{true, true, true, true, true}));
+
+    DataDocument* save = open(documentFile(DataKinds::Save, QStringLiteral("s.csv")));
+    ASSERT_TRUE(test::waitFor([&] { return !item("Start")->isEnabled(); }));
+    EXPECT_EQ(buttons(), (QList<bool>{true, true, false, false, true}));
+
+    for (DataDocument* document : {save, realtime}) {
+        QMdiSubWindow* frame = qobject_cast<QMdiSubWindow*>(window->windowOf(document)->parentWidget());
+        window->mdiArea()->setActiveSubWindow(frame);
+        frame->close();
+        QApplication::processEvents();
+    }
+    ASSERT_TRUE(test::waitFor([&] { return window->openDocuments().isEmpty(); }));
+    EXPECT_EQ(buttons(), (QList<bool>{false, false, false, false, false}));
+}
+
+TEST_F(MainWindowTest, TheStopButtonWhileIdleRunsTheMonitorStop)
+{
+    load();
+    window->findChild<QToolBar*>(QStringLiteral("tbSub"))->show();
+    item("Stop")->setEnabled(true);
+    item("Stop")->trigger();
+    EXPECT_TRUE(programState().StopRequested);
+    EXPECT_FALSE(menu("mnuMoniter")->menuAction()->isEnabled());
+    EXPECT_TRUE(menu("mnuRealtime")->menuAction()->isEnabled());
+    EXPECT_FALSE(item("Stop")->isEnabled());
+}
+
+TEST_F(MainWindowTest, TheStopButtonDuringARecordingRunsTheRealtimeStop)
+{
+    load();
+    for (int state : {CommStates::RealtimeForward, CommStates::Realtime, CommStates::RealtimeCommand}) {
+        resetProgramState();
+        menu("mnuRealtime")->menuAction()->setEnabled(true);
+        menu("mnuMoniter")->menuAction()->setEnabled(true);
+        programState().CommState = state;
+        item("Stop")->setEnabled(true);
+        item("Stop")->trigger();
+        EXPECT_FALSE(menu("mnuRealtime")->menuAction()->isEnabled()) << state;
+        EXPECT_TRUE(menu("mnuMoniter")->menuAction()->isEnabled()) << state;
+        // In the forwarding start (2) the stop abandons the forwarding; otherwise it asks
+        // the recording to stop at the next second.
+        if (state == CommStates::RealtimeForward)
+            EXPECT_TRUE(programState().NoForward);
+        else
+            EXPECT_TRUE(programState().StopRequested);
+    }
+}
+
+TEST_F(MainWindowTest, RunningCommandsSwapTheToolBarsAndLockTheOtherMenus)
+{
+    load();
+    auto* tbMain = window->findChild<QToolBar*>(QStringLiteral("tbMain"));
+    auto* tbSub = window->findChild<QToolBar*>(QStringLiteral("tbSub"));
+    window->SetRealtimeCommands(true);
+    for (const char* name : {"mnuFile", "mnuData", "mnuMoniter", "mnuSetup", "mnuView", "mnuHelp"})
+        EXPECT_FALSE(menu(name)->menuAction()->isEnabled()) << name;
+    EXPECT_TRUE(menu("mnuRealtime")->menuAction()->isEnabled());
+    EXPECT_FALSE(item("mnuRealtimeNew")->isEnabled());
+    EXPECT_FALSE(item("mnuRealtimeStart")->isEnabled());
+    EXPECT_TRUE(item("mnuRealtimeStop")->isEnabled());
+    EXPECT_FALSE(tbMain->isVisible());
+    EXPECT_TRUE(tbSub->isVisible());
+    EXPECT_TRUE(item("Stop")->isEnabled());
+    EXPECT_TRUE(programState().RealtimeCommandsOn);
+
+    window->SetRealtimeCommands(false);
+    for (const char* name : {"mnuFile", "mnuRealtime", "mnuData", "mnuMoniter", "mnuSetup", "mnuView", "mnuHelp"})
+        EXPECT_TRUE(menu(name)->menuAction()->isEnabled()) << name;
+    EXPECT_TRUE(tbMain->isVisible());
+    EXPECT_FALSE(tbSub->isVisible());
+
+    window->SetMonitorCommands(true);
+    EXPECT_FALSE(menu("mnuRealtime")->menuAction()->isEnabled());
+    EXPECT_TRUE(menu("mnuMoniter")->menuAction()->isEnabled());
+    EXPECT_FALSE(item("mnuMoniterStart")->isEnabled());
+    EXPECT_TRUE(item("mnuMoniterStop")->isEnabled());
+    window->SetMonitorCommands(false);
+    EXPECT_TRUE(menu("mnuRealtime")->menuAction()->isEnabled());
+}
+
+TEST_F(MainWindowTest, WithTheToolBarSwitchedOffRunningCommandsLeaveBothBarsHidden)
+{
+    load();
+    item("mnuViewToolbar")->trigger();
+    auto* tbMain = window->findChild<QToolBar*>(QStringLiteral("tbMain"));
+    auto* tbSub = window->findChild<QToolBar*>(QStringLiteral("tbSub"));
+    EXPECT_FALSE(tbMain->isVisible());
+    EXPECT_FALSE(item("mnuViewToolbar")->isChecked());
+    window->SetRealtimeCommands(true);
+    EXPECT_FALSE(tbSub->isVisible());
+    EXPECT_FALSE(tbMain->isVisible());
+    window->SetRealtimeCommands(false);
+    EXPECT_FALSE(tbMain->isVisible());
+}
+
+TEST_F(MainWindowTest, ViewTogglesFlipTheirBarAndCheckMark)
+{
+    load();
+    item("mnuViewStatusbar")->trigger();
+    EXPECT_FALSE(window->statusBar()->isVisible());
+    EXPECT_FALSE(item("mnuViewStatusbar")->isChecked());
+    item("mnuViewStatusbar")->trigger();
+    EXPECT_TRUE(window->statusBar()->isVisible());
+    EXPECT_TRUE(item("mnuViewStatusbar")->isChecked());
+    // The tool-bar toggle concerns tbMain only.
+    item("mnuViewToolbar")->trigger();
+    item("mnuViewToolbar")->trigger();
+    EXPECT_TRUE(window->findChild<QToolBar*>(QStringLiteral("tbMain"))->isVisible());
+    EXPECT_TRUE(item("mnuViewToolbar")->isChecked());
+}
+
+TEST_F(MainWindowTest, TheMonitorItemAndButtonMirrorTheMonitorWindow)
+{
+    load();
+    EXPECT_FALSE(item("mnuViewMoniter")->isChecked());
+    item("mnuViewMoniter")->trigger();
+    EXPECT_TRUE(programState().MonitorShown);
+    EXPECT_TRUE(item("mnuViewMoniter")->isChecked());
+    EXPECT_TRUE(item("Moniter")->isChecked());
+
+    window->runToolbarKey(QStringLiteral("Moniter"));
+    ASSERT_TRUE(test::waitFor([] { return !programState().MonitorShown; }));
+    EXPECT_FALSE(item("mnuViewMoniter")->isChecked());
+    EXPECT_FALSE(item("Moniter")->isChecked());
+
+    // While an operation runs the Monitor cannot be closed, and the mark stays.
+    window->showMonitor();
+    programState().CommState = CommStates::Monitor;
+    item("mnuViewMoniter")->trigger();
+    QApplication::processEvents();
+    EXPECT_TRUE(programState().MonitorShown);
+    EXPECT_TRUE(item("mnuViewMoniter")->isChecked());
+    programState().CommState = CommStates::Idle;
+}
+
+TEST_F(MainWindowTest, ToolBarKeysRunTheirMenuCommands)
+{
+    load();
+    window->runToolbarKey(QStringLiteral("Open"));
+    EXPECT_EQ(prompter.fileRequests.size(), 1);
+    window->runToolbarKey(QStringLiteral("Unknown"));
+    window->runToolbarKey(QStringLiteral("Stop")); // not a tbMain key
+    EXPECT_EQ(prompter.fileRequests.size(), 1);
+    EXPECT_TRUE(prompter.messages.isEmpty());
+}
+
+TEST_F(MainWindowTest, OpeningAFileAlreadyShownDoesNothing)
+{
+    load();
+    const QString path = documentFile(DataKinds::Realtime, QStringLiteral("twice.csv"));
+    prompter.fileNames = {path, path};
+    item("mnuFileOpen")->trigger();
+    item("mnuFileOpen")->trigger();
+    EXPECT_EQ(window->openDocuments().size(), 1);
+    EXPECT_TRUE(prompter.messages.isEmpty());
+}
+
+TEST_F(MainWindowTest, ClosingIsRefusedWhileAnOperationRuns)
+{
+    load();
+    for (int state = 0; state <= 6; ++state) {
+        programState().CommState = state;
+        EXPECT_FALSE(window->close()) << state;
+        EXPECT_TRUE(window->isVisible()) << state;
+    }
+    EXPECT_FALSE(QFile::exists(home.filePath(QStringLiteral("QUVO.INI"))));
+    EXPECT_TRUE(prompter.messages.isEmpty());
+    programState().CommState = CommStates::Idle;
+    EXPECT_TRUE(window->close());
+    EXPECT_TRUE(QFile::exists(home.filePath(QStringLiteral("QUVO.INI"))));
+}
+
+TEST_F(MainWindowTest, AnUnsavedDocumentAsksOnceAndCancelKeepsTheProgramOpen)
+{
+    load();
+    DataDocument* document = window->newDocument(DataKinds::Realtime);
+    document->AddGridrow();
+    document->AddRealtimedata(QStringLiteral("10:00:00"), QStringLiteral("1"), QStringLiteral("VDC"), true,
+                              QStringLiteral("1"));
+    prompter.answers = {PromptAnswer::Cancel};
+    EXPECT_FALSE(window->close());
+    ASSERT_EQ(prompter.messages.size(), 1);
+    EXPECT_TRUE(prompter.messages.first().text.endsWith(
+        QStringLiteral("\r\nDo you want to save the changes you made to this file?")));
+    EXPECT_EQ(window->openDocuments().size(), 1);
+}
+
+TEST_F(MainWindowTest, ExitWritesTheSettingsFileAndResetsAnOutOfRangePort)
+{
+    QFile ini(home.filePath(QStringLiteral("QUVO.INI")));
+    ASSERT_TRUE(ini.open(QIODevice::WriteOnly));
+    ini.write("17\r\n/tmp/book.xlsx\r\nTitle\r\n");
+    ini.close();
+    load();
+    EXPECT_EQ(programState().PortNumber, QStringLiteral("17"));
+    EXPECT_EQ(window->link().CommPort(), QStringLiteral("17"));
+    EXPECT_TRUE(window->close());
+    ASSERT_TRUE(ini.open(QIODevice::ReadOnly));
+    EXPECT_EQ(ini.readAll(), QByteArray("17\r\n/tmp/book.xlsx\r\nTitle\r\n"));
+    EXPECT_EQ(programState().PortNumber, QStringLiteral("1"));
+}
+
+TEST_F(MainWindowTest, APortGivenForTheRunOverridesTheSettingsFileButIsNotSaved)
+{
+    load(QStringLiteral("/dev/pts/99"));
+    EXPECT_EQ(window->link().CommPort(), QStringLiteral("/dev/pts/99"));
+    EXPECT_EQ(programState().PortNumber, QStringLiteral("1"));
+}
+
+TEST_F(MainWindowTest, PlacementOfANormalWindowIsWrittenAndRestored)
+{
+    load();
+    window->setGeometry(120, 80, 700, 500);
+    QApplication::processEvents();
+    const Placement normal = window->normalPlacement();
+    EXPECT_TRUE(window->close());
+    const StoredMainPlacement stored = readMainPlacement();
+    ASSERT_TRUE(stored.state && stored.width && stored.height && stored.left && stored.top);
+    EXPECT_EQ(*stored.state, WindowState::Normal);
+    EXPECT_FLOAT_EQ(*stored.width, normal.width);
+    EXPECT_FLOAT_EQ(*stored.height, normal.height);
+    EXPECT_FLOAT_EQ(*stored.left, normal.left);
+
+    window = std::make_unique<frmMain>();
+    window->setPrompter(&prompter);
+    load();
+    EXPECT_FLOAT_EQ(window->normalPlacement().width, normal.width);
+    EXPECT_EQ(window->width(), 700);
+    EXPECT_EQ(window->height(), 500);
+}
+
+TEST_F(MainWindowTest, AMaximisedWindowKeepsItsNormalPlacementAndReopensMaximised)
+{
+    load();
+    window->setGeometry(100, 100, 640, 480);
+    QApplication::processEvents();
+    const Placement normal = window->normalPlacement();
+    window->showMaximized();
+    QApplication::processEvents();
+    EXPECT_TRUE(window->close());
+    const StoredMainPlacement stored = readMainPlacement();
+    ASSERT_TRUE(stored.state && stored.width);
+    EXPECT_EQ(*stored.state, WindowState::Maximised);
+    EXPECT_FLOAT_EQ(*stored.width, normal.width);
+
+    window = std::make_unique<frmMain>();
+    window->setPrompter(&prompter);
+    window->Load();
+    EXPECT_TRUE(window->windowState() & Qt::WindowMaximized);
+}
+
+TEST_F(MainWindowTest, ClosingMinimisedLeavesTheStoredStateAsItWas)
+{
+    // The previous exit was maximised.
+    {
+        auto settings = openSettingsStore();
+        settings->setValue(Keys::MainState, QStringLiteral("2"));
+    }
+    load();
+    window->setGeometry(50, 60, 600, 400);
+    QApplication::processEvents();
+    const Placement normal = window->normalPlacement();
+    window->showMinimized();
+    QApplication::processEvents();
+    EXPECT_TRUE(window->close());
+    const StoredMainPlacement stored = readMainPlacement();
+    ASSERT_TRUE(stored.state && stored.width);
+    EXPECT_EQ(*stored.state, WindowState::Maximised);
+    EXPECT_FLOAT_EQ(*stored.width, normal.width);
+}
+
+TEST_F(MainWindowTest, TheDefaultPlacementIsUsedOnAFirstRun)
+{
+    load();
+    const Placement normal = window->normalPlacement();
+    EXPECT_FLOAT_EQ(normal.left, 1000);
+    EXPECT_FLOAT_EQ(normal.top, 1000);
+    EXPECT_FLOAT_EQ(normal.width, 10000);
+    EXPECT_FLOAT_EQ(normal.height, 6500);
+}
+
+// --- Against the simulated meter ---------------------------------------------------------------
+
+TEST_F(MainWindowTest, ARecordingStartedFromTheMenusRecordsUntilStop)
+{
+    sim::SimulatorThread meter(sim::SimulatorOptions{});
+    QString error;
+    ASSERT_TRUE(meter.start(&error)) << error.toStdString();
+    load(meter.devicePath());
+    window->showMonitor();
+
+    // Realtime › New: the Interval dialog is answered with an interval of one second.
+    answerIntervalDialogWithOneSecond();
+    item("mnuRealtimeNew")->trigger();
+    DataDocument* document = window->activeDocument();
+    ASSERT_TRUE(document);
+    EXPECT_EQ(document->GetIntervalcount(), 1);
+
+    // Realtime › Start: no forwarding.
+    prompter.answers = {PromptAnswer::No};
+    dropDown("mnuRealtime");
+    ASSERT_TRUE(item("mnuRealtimeStart")->isEnabled());
+    item("mnuRealtimeStart")->trigger();
+    EXPECT_EQ(programState().CommState, CommStates::Realtime);
+    ASSERT_EQ(prompter.messages.size(), 1);
+    EXPECT_EQ(prompter.messages.first().text, AskForwardRealtime);
+    EXPECT_FALSE(window->findChild<QToolBar*>(QStringLiteral("tbMain"))->isVisible());
+
+    ASSERT_TRUE(test::waitFor([&] { return document->GetDatacount() >= 3; }, std::chrono::seconds(15)));
+    EXPECT_FALSE(window->close()); // refused while recording
+
+    item("Stop")->trigger();
+    ASSERT_TRUE(test::waitFor([] { return programState().CommState == CommStates::Idle; }, std::chrono::seconds(10)));
+    EXPECT_FALSE(window->link().PortOpen());
+    EXPECT_TRUE(window->findChild<QToolBar*>(QStringLiteral("tbMain"))->isVisible());
+    EXPECT_EQ(meter.commandLog().last(), Commands::RemoteOff);
+    for (int row = 1; row <= document->GetDatacount(); ++row) {
+        EXPECT_EQ(document->TextMatrix(row, 3), QStringLiteral("VDC")) << row;
+        EXPECT_NE(document->TextMatrix(row, 2), ErrorReading) << row;
+    }
+    // The Monitor showed the readings too.
+    auto* value = window->monitorWindow()->findChild<QLabel*>(QStringLiteral("llValue"));
+    EXPECT_TRUE(value->text().endsWith(QStringLiteral("VDC "))) << value->text().toStdString();
+}
+
+TEST_F(MainWindowTest, ADownloadFromTheMenusFillsANewDocument)
+{
+    sim::SimulatorOptions options;
+    options.model = QLatin1Char('4');
+    options.loggingCount = 6;
+    sim::SimulatorThread meter(options);
+    QString error;
+    ASSERT_TRUE(meter.start(&error)) << error.toStdString();
+    load(meter.devicePath());
+    prompter.answers = {PromptAnswer::No};
+    item("mnuDataLoging")->trigger();
+    EXPECT_EQ(programState().CommState, CommStates::Idle);
+    DataDocument* document = window->activeDocument();
+    ASSERT_TRUE(document);
+    EXPECT_EQ(document->kind(), DataKinds::Logging);
+    // Model 4: 20 padding rows numbered 0..19 are relabelled, then the six records.
+    EXPECT_EQ(document->GetDatacount(), 6);
+    EXPECT_EQ(document->TextMatrix(1, 0), QStringLiteral("0"));
+    EXPECT_EQ(document->TextMatrix(1, 1), QStringLiteral("00:00:00"));
+    EXPECT_EQ(prompter.messages.size(), 1); // only the forwarding question
+    EXPECT_FALSE(window->link().PortOpen());
+}
