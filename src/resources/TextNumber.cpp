@@ -116,23 +116,19 @@ bool parseNumber(const QString& text, double& value)
     return true;
 }
 
-bool parseNumber(QStringView text, double& value)
+namespace {
+
+char16_t unitOf(QChar c) { return c.unicode(); }
+char16_t unitOf(char c) { return static_cast<unsigned char>(c); }
+
+bool isNumberCharacter(char16_t u)
 {
-    if (!text.isEmpty() && (text.front().isSpace() || text.back().isSpace()))
-        text = text.trimmed();
-    if (text.isEmpty() || text.size() > 512)
-        return false;
-    // The same characters as above, as ASCII for std::from_chars.
-    char buffer[513];
-    qsizetype n = 0;
-    for (const QChar c : text) {
-        const char16_t u = c.unicode();
-        if (!((u >= u'0' && u <= u'9') || u == u'.' || u == u'+' || u == u'-' || u == u'e' || u == u'E'))
-            return false;
-        buffer[n++] = static_cast<char>(u);
-    }
-    const char* first = buffer;
-    const char* const last = buffer + n;
+    return (u >= u'0' && u <= u'9') || u == u'.' || u == u'+' || u == u'-' || u == u'e' || u == u'E';
+}
+
+// The plain decimal form on ASCII characters, for std::from_chars.
+bool parseAscii(const char* first, const char* last, double& value)
+{
     // from_chars takes no "+" sign; QString::toDouble takes one in front of the number.
     if (*first == '+') {
         ++first;
@@ -145,6 +141,53 @@ bool parseNumber(QStringView text, double& value)
         return false;
     value = parsed;
     return true;
+}
+
+// Blanks around the number are allowed, as QString::trimmed takes them away.
+template <class Char>
+void trimBlanks(const Char*& chars, qsizetype& size)
+{
+    while (size > 0 && QChar(unitOf(chars[0])).isSpace()) {
+        ++chars;
+        --size;
+    }
+    while (size > 0 && QChar(unitOf(chars[size - 1])).isSpace())
+        --size;
+}
+
+} // namespace
+
+bool parseNumber(QStringView text, double& value)
+{
+    const QChar* chars = text.data();
+    qsizetype size = text.size();
+    trimBlanks(chars, size);
+    if (size == 0 || size > 512)
+        return false;
+    // The same characters as above, narrowed to ASCII.
+    char buffer[512];
+    for (qsizetype i = 0; i < size; ++i) {
+        const char16_t u = chars[i].unicode();
+        if (!isNumberCharacter(u))
+            return false;
+        buffer[i] = static_cast<char>(u);
+    }
+    return parseAscii(buffer, buffer + size, value);
+}
+
+bool parseNumber(QLatin1StringView text, double& value)
+{
+    const char* chars = text.data();
+    qsizetype size = text.size();
+    trimBlanks(chars, size);
+    if (size == 0 || size > 512)
+        return false;
+    // Single-byte text is parsed where it stands.
+    for (qsizetype i = 0; i < size; ++i) {
+        if (!isNumberCharacter(unitOf(chars[i])))
+            return false;
+    }
+    return parseAscii(chars, chars + size, value);
 }
 
 double toDouble(const QString& text)
