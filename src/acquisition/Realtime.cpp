@@ -303,12 +303,12 @@ void Realtime::IniRealtimeProgress()
     const int held = document.GetDatacount();
     if (!document.GetPeriodnone()) {
         const std::int64_t samples = document.GetPeriodcount() / document.GetIntervalcount() + 1;
-        if (held + samples < MaxReadings + 1) {
+        if (held + samples < m_documentLimit + 1) {
             document.IniProgress(static_cast<std::int16_t>(samples));
             return;
         }
     }
-    document.IniProgress(static_cast<std::int16_t>(MaxReadings - held));
+    document.IniProgress(static_cast<std::int16_t>(qMax(0, m_documentLimit - held)));
 }
 
 void Realtime::StartRealtime()
