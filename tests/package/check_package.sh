@@ -3,7 +3,7 @@
 #   check_package.sh BUILD_FOLDER "ICON SIZES" "MAN PAGES"
 # - the three programs, the desktop entry, the AppStream metadata, the icon at every size
 #   (a PNG of exactly that size) and as SVG, the man pages, the licence; nothing else;
-# - the Depends line: the libraries the programs link, and the SVG plug-ins;
+# - the Depends line: the package of every library the programs link, and the SVG plug-ins;
 # - desktop-file-validate and appstreamcli validate --no-net pass; the man pages format
 #   without a warning;
 # - the unpacked command-line program runs and writes nothing into the package's folders
@@ -69,23 +69,59 @@ done
 [ "$(dpkg-deb -f "$deb" Package)" = quvolink ] || fail "Package is not quvolink"
 depends=$(dpkg-deb -f "$deb" Depends)
 echo "Depends: $depends"
-for lib in libc6 libstdc++6 libqt6core6 libqt6gui6 libqt6widgets6 libqt6serialport6 libqt6printsupport6 \
-  libqt6svg6 libqcustomplot2.1-qt6 libxlsxwriter4 libzip4 libpugixml1v5; do
-  # A package name alone, or with a version condition.
-  if ! grep -Eq "(^|, )$lib( \([^)]*\))?(,|$)" <<<"$depends"; then
-    fail "Depends does not name $lib"
-  fi
-done
-# Every package named must exist here (the names dpkg-shlibdeps found are real ones).
+# The package names in Depends, without version conditions.
 IFS=',' read -r -a entries <<<"$depends"
+names=()
 for entry in "${entries[@]}"; do
-  name=$(sed -E 's/^ *//; s/ .*//' <<<"$entry")
+  names+=("$(sed -E 's/^ *//; s/[ (].*//' <<<"$entry")")
+done
+depends_on() {
+  local wanted=$1 name
+  for name in "${names[@]}"; do
+    [ "$name" = "$wanted" ] && return 0
+  done
+  return 1
+}
+# Every library a program of the package links directly must come from a package that
+# Depends names: the library's path as the loader finds it, and the package holding it.
+owner_of() {
+  local path=$1 candidate
+  for candidate in "$path" "$(readlink -f "$path")" "/usr$path" "${path#/usr}"; do
+    if owner=$(dpkg-query -S "$candidate" 2>/dev/null | head -n 1); then
+      echo "${owner%%:*}"
+      return 0
+    fi
+  done
+  return 1
+}
+mkdir "$tmp/root"
+dpkg-deb -x "$deb" "$tmp/root"
+for program in quvolink quvolink-cli quvolink-metersim; do
+  binary=$tmp/root/usr/bin/$program
+  needed=$(readelf -d "$binary" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+  resolved=$(ldd "$binary")
+  [ -n "$needed" ] || fail "$program links no library at all (readelf found no NEEDED entry)"
+  for lib in $needed; do
+    path=$(awk -v n="$lib" '$1 == n && $2 == "=>" && !seen { print $3; seen = 1 }' <<<"$resolved")
+    if [ -z "$path" ] || [ "$path" = "not" ]; then
+      fail "$program: $lib is not found on this system"
+      continue
+    fi
+    if ! package=$(owner_of "$path"); then
+      fail "$program: no installed package holds $path"
+      continue
+    fi
+    depends_on "$package" || fail "$program links $lib (package $package), which Depends does not name"
+  done
+done
+# The SVG icons are drawn by the plug-ins of libqt6svg6, which Qt loads at run time.
+depends_on libqt6svg6 || fail "Depends does not name libqt6svg6 (the SVG image format and icon engine)"
+# Every package named must exist here (the names dpkg-shlibdeps found are real ones).
+for name in "${names[@]}"; do
   dpkg-query -W "$name" >/dev/null 2>&1 || fail "Depends names $name, which is not installed here"
 done
 
 # --- Desktop entry, metadata, man pages, icons ----------------------------------------------
-mkdir "$tmp/root"
-dpkg-deb -x "$deb" "$tmp/root"
 share=$tmp/root/usr/share
 if ! desktop-file-validate "$share/applications/$app_id.desktop" >"$tmp/desktop.log" 2>&1 || [ -s "$tmp/desktop.log" ]; then
   cat "$tmp/desktop.log" >&2
