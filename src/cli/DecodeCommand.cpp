@@ -48,7 +48,8 @@ QString decodeHelp()
         "  1.234mVDC\t1.234E-3\tVDC\n"
         "  +OLVDC\t+OL\tVDC\n"
         "  ERROR\tERROR\t\n"
-        "  (stderr) line 3: the check character is \"5\", but the line's sum gives \"7\".\n");
+        "  (stderr) line 3: the check character is \"5\", but the line's sum gives \"7\": the line was\n"
+        "  garbled on its way, or a character is missing.\n");
 }
 
 // The text of a LINE argument with its escapes replaced; std::nullopt with *error when an

@@ -98,6 +98,12 @@ QString recordHelp()
                          "  quvolink-cli record --interval 10 --period 3600 --out hour.csv --xlsx hour.xlsx --title \"Bench supply\"\n");
 }
 
+// "1 reading", "2 readings".
+QString readingsText(int count)
+{
+    return count == 1 ? QStringLiteral("1 reading") : QStringLiteral("%1 readings").arg(count);
+}
+
 // Forwarding of the rows to a workbook: the engine on an .xlsx connector.
 struct RealtimeWorkbook {
     Forward engine;
@@ -228,8 +234,8 @@ int runRecord(const QStringList& arguments)
             next->setPrompter(&host.prompter());
             next->OpenNew(DataKinds::Realtime);
             setUp(*next);
-            printMessage(QStringLiteral("%1 readings saved in %2; the recording goes on in %3.")
-                             .arg(full.GetDatacount())
+            printMessage(QStringLiteral("%1 saved in %2; the recording goes on in %3.")
+                             .arg(readingsText(full.GetDatacount()))
                              .arg(QDir::toNativeSeparators(path),
                                   QDir::toNativeSeparators(recordingFileName(outPath, fileNumber))));
             previous = std::move(current);
@@ -302,8 +308,8 @@ int runRecord(const QStringList& arguments)
         }
         realtime.releaseJournal(document);
         if (fileNumber > 1)
-            printMessage(QStringLiteral("%1 readings saved in %2.")
-                             .arg(document->GetDatacount())
+            printMessage(QStringLiteral("%1 saved in %2.")
+                             .arg(readingsText(document->GetDatacount()))
                              .arg(QDir::toNativeSeparators(path)));
     }
     if (continuationFailed || workbookFailed)
