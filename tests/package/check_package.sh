@@ -140,6 +140,10 @@ for page in "${pages[@]}"; do
 done
 for size in "${sizes[@]}"; do
   png="$share/icons/hicolor/${size}x${size}/apps/$app_id.png"
+  if [ ! -f "$png" ]; then
+    fail "icon $size is missing"
+    continue
+  fi
   got=$(/usr/bin/python3 -c 'import struct,sys
 d=open(sys.argv[1],"rb").read(24)
 print("%dx%d" % struct.unpack(">II", d[16:24]) if d[:8]==b"\x89PNG\r\n\x1a\n" else "not a PNG")' "$png")
