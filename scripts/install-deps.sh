@@ -9,7 +9,7 @@ packages=(
   qt6-svg-dev libqt6svg6 libqcustomplot-dev libxlsxwriter-dev libzip-dev libpugixml-dev qcoro-qt6-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth socat python3-openpyxl locales fonts-dejavu-core
-  librsvg2-bin desktop-file-utils appstream
+  librsvg2-bin desktop-file-utils appstream file groff-base
 )
 
 missing=()
