@@ -43,6 +43,12 @@ WorkFileLock::WorkFileLock(const QString& workPath, int waitMs)
     m_lock = std::make_unique<QLockFile>(workPath + QStringLiteral(".lock"));
     m_lock->setStaleLockTime(0); // stale only when its program has ended, never by age
     m_locked = m_lock->tryLock(waitMs);
+    // Only a lock that another running program holds keeps this one out. A lock file that
+    // cannot be made at all (a full disk, a folder without write permission) says nothing
+    // about other programs, and the work file cannot be written there either: the save or
+    // open goes on and fails with the system's own reason ("No space left on device").
+    if (!m_locked && m_lock->error() != QLockFile::LockFailedError)
+        m_locked = true;
 }
 
 WorkFileLock::~WorkFileLock() = default; // unlocks

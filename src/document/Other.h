@@ -25,7 +25,9 @@ void DeleteWorkFile();
 // program share that folder. A save or an open holds this lock (a lock file "WORK.~~~.lock"
 // beside the work file) while it uses the work file, so that two programs never mix their
 // data in it, and a program starting up never removes a work file that is in use. A lock
-// left by a program that no longer runs is taken over.
+// left by a program that no longer runs is taken over. A lock file that cannot be made (full
+// disk, read-only folder) does not count as held: the work file's own write then fails with
+// the system's reason.
 class WorkFileLock {
 public:
     // Waits up to `waitMs` milliseconds for the lock (another program's save is short).
