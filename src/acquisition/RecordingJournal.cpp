@@ -241,8 +241,9 @@ bool RecordingJournal::writeLines(const QByteArray& lines)
     qint64 accepted = lines.size();
     QString failure = injectedFileFailure(FileStep::Write, m_path, accepted);
     const qint64 toWrite = failure.isEmpty() ? lines.size() : std::clamp<qint64>(accepted, 0, lines.size());
-    if (toWrite > 0 && m_file->write(lines.constData(), toWrite) != toWrite)
-        return failed(m_file->errorString());
+    QString reason;
+    if (toWrite > 0 && !writeWhole(*m_file, lines.constData(), toWrite, reason))
+        return failed(reason);
     fileStepDone(FileStep::Write, m_path);
     if (!failure.isEmpty())
         return failed(failure);

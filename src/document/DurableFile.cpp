@@ -90,8 +90,9 @@ void writeAll(QFile& file, const QString& path, const QByteArray& bytes)
     qint64 accepted = bytes.size();
     const QString failure = injected(FileStep::Write, path, accepted);
     const qint64 toWrite = failure.isEmpty() ? bytes.size() : std::clamp<qint64>(accepted, 0, bytes.size());
-    if (toWrite > 0 && file.write(bytes.constData(), toWrite) != toWrite)
-        throw cannotWrite(path, file.errorString());
+    QString reason;
+    if (toWrite > 0 && !writeWhole(file, bytes.constData(), toWrite, reason))
+        throw cannotWrite(path, reason);
     stepDone(FileStep::Write, path);
     if (!failure.isEmpty())
         throw cannotWrite(path, failure);
@@ -217,6 +218,24 @@ QString injectedFileFailure(FileStep step, const QString& path, qint64& accepted
 void fileStepDone(FileStep step, const QString& path)
 {
     stepDone(step, path);
+}
+
+bool writeWhole(QFile& file, const char* data, qint64 size, QString& reason)
+{
+    qint64 done = 0;
+    while (done < size) {
+        const qint64 n = file.write(data + done, size - done);
+        if (n < 0 || (n == 0 && file.error() != QFileDevice::NoError)) {
+            reason = file.errorString();
+            return false;
+        }
+        if (n == 0) {
+            reason = QStringLiteral("the system took no more bytes");
+            return false;
+        }
+        done += n;
+    }
+    return true;
 }
 
 QString temporaryNamePrefix(const QString& fileName)

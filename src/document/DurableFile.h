@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QFile>
 #include <QString>
 #include <QStringList>
 
@@ -49,6 +50,11 @@ FileFaultInjector* setFileFaultInjector(FileFaultInjector* injector);
 QString injectedFileFailure(FileStep step, const QString& path);
 QString injectedFileFailure(FileStep step, const QString& path, qint64& acceptedBytes);
 void fileStepDone(FileStep step, const QString& path);
+
+// Writes all `size` bytes to an open file. A short write (the disk filled during it) is
+// followed by a write of the rest, so that the system says why it takes no more ("No space
+// left on device") instead of the write ending without a reason. False with that reason.
+bool writeWhole(QFile& file, const char* data, qint64 size, QString& reason);
 
 // --- Temporary files ----------------------------------------------------------------------
 // Every temporary file the program makes beside a file it writes is named
