@@ -503,6 +503,12 @@ TEST_F(HostileWorkbook, EntryWithAnAbsolutePath)
     expectRefused(QStringLiteral("unsafe name (\"/etc/evil.txt\")"));
 }
 
+TEST_F(HostileWorkbook, EntryClimbingOutOfItsFolder)
+{
+    putEntry(QStringLiteral("xl/../../evil.txt"), "outside");
+    expectRefused(QStringLiteral("unsafe name (\"xl/../../evil.txt\")"));
+}
+
 TEST_F(HostileWorkbook, EntryWithBackslashes)
 {
     putEntry(QStringLiteral("..\\..\\evil.txt"), "outside");
