@@ -514,11 +514,11 @@ protected:
         m_result.messages = shownMessages();
     }
 
-    // The messages for the report, the case's temporary folder written as "<folder>".
+    // The messages for the report, the case's temporary folder written as "…".
     QString shownMessages() const
     {
         QString text = m_shown.isEmpty() ? QStringLiteral("-") : m_shown.join(QStringLiteral(" | "));
-        return text.replace(m_dir.path(), QStringLiteral("<folder>"));
+        return text.replace(m_dir.path(), QStringLiteral("…"));
     }
 
     QTemporaryDir m_dir;
