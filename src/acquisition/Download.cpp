@@ -44,6 +44,31 @@ void readRecord(const QString& line, DownloadedRecord& record)
     }
 }
 
+// The answers to "RM", "RN" and "RI" give the model, the record count and the interval. One
+// that was damaged on the line, rejected ("CMD,ERR"), or that belongs to another command (a
+// late answer to an earlier send arriving after a resend) would give a wrong model or count,
+// and a count read as 0 would end the download as if the memory were empty, without a word.
+// Such an answer ends the download with the reason instead. The check is the one every
+// reading gets (the check character), and the answer must carry its command's tag.
+bool isSoundAnswerTo(const QString& command)
+{
+    ProgramState& s = programState();
+    QString line = s.RecvBuffer;
+    if (!VerifyChecksum(line)) {
+        s.LastError = ResID(Res::DataError);
+        return false;
+    }
+    if (line == Commands::CommandRejected) {
+        s.LastError = ResID(Res::CommandError);
+        return false;
+    }
+    if (!line.startsWith(command + QLatin1Char(','))) {
+        s.LastError = ResID(Res::DataError);
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 std::optional<MemoryNumbering> MemoryNumberingFor(const QString& model)
@@ -193,7 +218,8 @@ bool Download::send(const QString& command)
 bool Download::readStart(std::optional<MemoryNumbering>& numbering)
 {
     ProgramState& s = programState();
-    if (!send(Commands::Start) || !send(Commands::RemoteOn) || !send(Commands::Model))
+    if (!send(Commands::Start) || !send(Commands::RemoteOn) || !send(Commands::Model)
+        || !isSoundAnswerTo(Commands::Model))
         return false;
     s.MeterModel = s.RecvBuffer.mid(3, 1);
     numbering = MemoryNumberingFor(s.MeterModel);
@@ -213,13 +239,13 @@ bool Download::readLoggingRecords(QString& intervalText)
     if (!readStart(numbering))
         return false;
 
-    if (!send(Commands::RecordCount))
+    if (!send(Commands::RecordCount) || !isSoundAnswerTo(Commands::RecordCount))
         return false;
     std::int16_t count = 0;
     if (numbering)
         count = roundToInt16(leadingNumber(s.RecvBuffer.mid(3, numbering->countWidth))); // throws on overflow
     if (count > 0) {
-        if (!send(Commands::LoggingInterval))
+        if (!send(Commands::LoggingInterval) || !isSoundAnswerTo(Commands::LoggingInterval))
             return false;
         intervalText = s.RecvBuffer.mid(3, 4);
     }

@@ -192,15 +192,43 @@ bool Realtime::stopIfLinkLost()
         return false;
     const int state = programState().CommState;
     if (state == CommStates::Realtime) {
+        keepAnswerBeforeLoss();
         endRealtime(RealtimeEnd::PortLost, true);
         return true;
     }
     if (state == CommStates::Monitor) {
+        keepAnswerBeforeLoss();
         m_pendingEnd = RealtimeEnd::PortLost;
         StopMonitor();
         return true;
     }
     return false;
+}
+
+// A meter unplugged right after answering: the answer to the last request came complete
+// before the port failed. It is this second's reading and is kept, as a Stop would keep it
+// (a Stop ends the operation at the next second, after taking that answer). Without a
+// complete answer line nothing is added: that second is not over, and no answer is lost.
+void Realtime::keepAnswerBeforeLoss()
+{
+    if (!m_answerPending)
+        return;
+    m_answerPending = false;
+    // Characters that arrived while a tick held TickArmed are still in the port (when it
+    // has not been closed yet): the receive handler takes them only while the flag is set.
+    ProgramState& s = programState();
+    const bool armed = s.TickArmed;
+    s.TickArmed = true;
+    m_comm.takePendingInput();
+    s.TickArmed = armed;
+    const QString answer = TakeAnswerLine();
+    if (answer == ErrorReading || answer == Commands::Reading)
+        return; // no answer line, or only the echo of the request
+    if (s.CommState == CommStates::Realtime && !m_displayOnly) {
+        RecordRealtimeSample(answer); // a refused row ends the recording all the same
+    } else {
+        showOnMonitor(answer, s.CommState == CommStates::Monitor);
+    }
 }
 
 void Realtime::onPortLost()
@@ -317,6 +345,7 @@ void Realtime::StartRealtime()
     s.CommState = CommStates::RealtimeCommand;
     s.StopRequested = false;
     m_pendingEnd = RealtimeEnd::None;
+    m_answerPending = false;
     DataDocument& document = *s.RealtimeDoc;
     try {
         IniRealtimeProgress();
@@ -395,6 +424,7 @@ void Realtime::OnRealtimeFirstTick(std::int64_t elapsed)
 void Realtime::OnRealtimeTick(std::int64_t elapsed)
 {
     ProgramState& s = programState();
+    m_answerPending = false;
     const QString answer = TakeAnswerLine();
     if (!m_displayOnly) {
         if (!RecordRealtimeSample(answer)) {
@@ -448,7 +478,7 @@ void Realtime::RequestReading()
         m_lastTickTime = now();
     }
     s.RecvBuffer.clear();
-    m_comm.writeLine(Commands::Reading); // no wait: the answer is read at the next second
+    m_answerPending = m_comm.writeLine(Commands::Reading); // no wait: the answer is read at the next second
     s.LastCommand = Commands::Reading;
 }
 
@@ -592,6 +622,7 @@ void Realtime::StartMonitor()
     s.CommState = CommStates::MonitorCommand;
     s.StopRequested = false;
     m_pendingEnd = RealtimeEnd::None;
+    m_answerPending = false;
     SetMonitorCommands(true);
 
     m_comm.SendCommand(Commands::Start, 1); // the answer is not examined
@@ -631,6 +662,7 @@ void Realtime::OnMonitorFirstTick(std::int64_t elapsed)
 
 void Realtime::OnMonitorTick(std::int64_t elapsed)
 {
+    m_answerPending = false;
     showOnMonitor(TakeAnswerLine(), true);
     if (elapsed > 1)
         showOnMonitor(ErrorReading, true); // a late tick leaves "ERROR" on display

@@ -208,6 +208,7 @@ private:
     void onBoundaryTimer();
     void onPortLost();
     bool stopIfLinkLost();
+    void keepAnswerBeforeLoss();
     void endRealtime(RealtimeEnd reason, bool showMessage);
     void showOnMonitor(const QString& answer, bool createIfNeeded);
     void beginJournal(DataDocument& document);
@@ -233,6 +234,7 @@ private:
     QDateTime m_lastTickTime;
     bool m_firstTick = false;
     bool m_displayOnly = false;
+    bool m_answerPending = false; // a request was written and no tick has taken its answer yet
     RealtimeEnd m_lastEnd = RealtimeEnd::None;
     RealtimeEnd m_pendingEnd = RealtimeEnd::None; // why the stop now under way happens
 

@@ -1,5 +1,6 @@
 #include "acquisition/RecordingJournal.h"
 
+#include "document/DurableFile.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
 #include "resources/RuntimeError.h"
@@ -151,6 +152,8 @@ std::unique_ptr<RecordingJournal> RecordingJournal::create(const QString& folder
             journal->remove();
             return nullptr;
         }
+        // The new file's entry in the folder must survive a power cut as well as its lines.
+        syncFolder(dir.absolutePath());
         return journal;
     }
     if (error)
@@ -186,12 +189,40 @@ bool RecordingJournal::openForAppend()
 {
     if (isOpen())
         return true;
-    m_file = std::make_unique<QFile>(m_path);
-    if (!m_file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
+    const auto cannotWrite = [this](const QString& reason) {
         m_error = QStringLiteral("The recording journal %1 cannot be written (%2).")
-                      .arg(QDir::toNativeSeparators(m_path), m_file->errorString());
+                      .arg(QDir::toNativeSeparators(m_path), reason);
         m_file.reset();
         return false;
+    };
+    const QString failure = injectedFileFailure(FileStep::Create, m_path);
+    if (!failure.isEmpty())
+        return cannotWrite(failure);
+    m_file = std::make_unique<QFile>(m_path);
+    if (!m_file->open(QIODevice::ReadWrite | QIODevice::Append | QIODevice::Unbuffered))
+        return cannotWrite(m_file->errorString());
+    fileStepDone(FileStep::Create, m_path);
+    // A journal taken over after a crash may end in the line that was being written: it is
+    // cut off, so that the next line does not run on from it and get lost with it.
+    const qint64 size = m_file->size();
+    if (size > 0) {
+        qint64 keep = size;
+        QByteArray tail;
+        while (keep > 0) {
+            const qint64 block = std::min<qint64>(keep, 4096);
+            if (!m_file->seek(keep - block))
+                return cannotWrite(m_file->errorString());
+            tail = m_file->read(block);
+            const qsizetype lf = tail.lastIndexOf('\n');
+            if (lf >= 0) {
+                keep = keep - block + lf + 1;
+                break;
+            }
+            keep -= block;
+        }
+        if (keep != size && !m_file->resize(keep))
+            return cannotWrite(m_file->errorString());
+        m_file->seek(m_file->size());
     }
     return true;
 }
@@ -207,8 +238,18 @@ bool RecordingJournal::writeLines(const QByteArray& lines)
         m_file.reset();
         return false;
     };
-    if (m_file->write(lines) != lines.size())
-        return failed(m_file->errorString());
+    qint64 accepted = lines.size();
+    QString failure = injectedFileFailure(FileStep::Write, m_path, accepted);
+    const qint64 toWrite = failure.isEmpty() ? lines.size() : std::clamp<qint64>(accepted, 0, lines.size());
+    QString reason;
+    if (toWrite > 0 && !writeWhole(*m_file, lines.constData(), toWrite, reason))
+        return failed(reason);
+    fileStepDone(FileStep::Write, m_path);
+    if (!failure.isEmpty())
+        return failed(failure);
+    failure = injectedFileFailure(FileStep::Sync, m_path);
+    if (!failure.isEmpty())
+        return failed(failure);
 #ifdef Q_OS_UNIX
     // The row is on the disk before the next reading is asked for: a power cut loses at most
     // the row being written.
@@ -218,6 +259,7 @@ bool RecordingJournal::writeLines(const QByteArray& lines)
     if (!m_file->flush())
         return failed(m_file->errorString());
 #endif
+    fileStepDone(FileStep::Sync, m_path);
     return true;
 }
 
@@ -279,6 +321,16 @@ std::optional<JournalContents> RecordingJournal::read(QString* error) const
                          .arg(QDir::toNativeSeparators(m_path), file.errorString());
         return std::nullopt;
     }
+    // A journal holds at most one document's rows (32767) and its start lines: far less than
+    // this. A larger file is no journal of this program and is not read into memory.
+    constexpr qint64 JournalMaxBytes = 64LL * 1024 * 1024;
+    if (file.size() > JournalMaxBytes) {
+        if (error)
+            *error = QStringLiteral("The recording journal %1 is too large to be one (more than %2 bytes).")
+                         .arg(QDir::toNativeSeparators(m_path))
+                         .arg(JournalMaxBytes);
+        return std::nullopt;
+    }
     const QByteArray all = file.readAll();
     JournalContents contents;
     bool haveStart = false;
@@ -312,6 +364,8 @@ std::optional<JournalContents> RecordingJournal::read(QString* error) const
             ++contents.damagedLines;
         }
     }
+    if (!haveStart && contents.rows.isEmpty() && contents.damagedLines == 0)
+        return contents; // made, then ended before its first start line: nothing to restore
     if (!haveStart) {
         if (error)
             *error = QStringLiteral("The recording journal %1 holds no recording.").arg(QDir::toNativeSeparators(m_path));

@@ -93,7 +93,9 @@ public:
     void remove();
 
     // Reads the journal back (the own file, open or closed). std::nullopt with *error when
-    // it cannot be read or holds no start line.
+    // it cannot be read or holds rows (or damaged lines) but no start line. A journal that
+    // ended before its first start line (the program was killed as it made it) reads as one
+    // without rows: there is nothing to restore.
     std::optional<JournalContents> read(QString* error) const;
 
     QString path() const { return m_path; }

@@ -1,5 +1,7 @@
 #include "app/Settings.h"
 
+#include "document/DurableFile.h"
+#include "document/Other.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
 #include "resources/RuntimeError.h"
@@ -10,7 +12,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
-#include <QSaveFile>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QStringList>
@@ -132,6 +133,39 @@ void setupProgramPaths()
     programState().WorkPath = workFilePath(folder);
 }
 
+QStringList removeLeftoversOfCrash(const QString& folder)
+{
+    QStringList removed = removeStaleTemporaries(folder);
+
+    // The work file, and the lock of a save or open that was killed (taken over, then gone).
+    const QString work = workFilePath(folder);
+    if (QFileInfo::exists(work) || QFileInfo::exists(work + QStringLiteral(".lock"))) {
+        const WorkFileLock lock(work, 0); // held by a running save or open: left alone
+        if (lock.isLocked() && QFile::remove(work))
+            removed << QFileInfo(work).fileName();
+    }
+
+    // "RECORDING-<process>-<n>.JNL.lock" without its journal: the journal was removed and the
+    // program ended before it could remove the lock. A lock whose program still runs cannot
+    // be taken and stays.
+    const QFileInfo journalName(JournalFileName);
+    const QDir dir(folder);
+    const QString lockPattern
+        = journalName.completeBaseName() + QStringLiteral("-*.") + journalName.suffix() + QStringLiteral(".lock");
+    for (const QString& name : dir.entryList({lockPattern}, QDir::Files | QDir::Hidden)) {
+        const QString journal = dir.filePath(name.chopped(5));
+        if (QFileInfo::exists(journal))
+            continue;
+        QLockFile lock(dir.filePath(name));
+        lock.setStaleLockTime(0);
+        if (lock.tryLock(0)) {
+            lock.unlock(); // removes the file
+            removed << name;
+        }
+    }
+    return removed;
+}
+
 // --- The settings file --------------------------------------------------------------------
 
 void ReadSettings()
@@ -139,8 +173,11 @@ void ReadSettings()
     ProgramState& s = programState();
     QFile file(s.IniPath);
     QStringList lines;
+    // Three short lines: what lies beyond the first SettingsFileMaxBytes is never read, so
+    // a damaged or foreign file of any size costs no more than that.
+    constexpr qint64 SettingsFileMaxBytes = 64 * 1024;
     if (file.open(QIODevice::ReadOnly))
-        lines = splitLines(QString::fromUtf8(file.readAll()));
+        lines = splitLines(QString::fromUtf8(file.read(SettingsFileMaxBytes)));
     if (lines.size() < 3) {
         s.PortNumber = QStringLiteral("1");
         s.ForwardFile.clear();
@@ -161,16 +198,18 @@ bool isPortNumberOutOfRange(const QString& portNumber)
 void WriteSettings()
 {
     ProgramState& s = programState();
-    // Written beside the settings file and renamed over it once complete and on disk.
-    QSaveFile file(s.IniPath);
-    if (!file.open(QIODevice::WriteOnly))
-        return;
-    file.write((s.PortNumber + CrLf).toUtf8());
+    QByteArray bytes = (s.PortNumber + CrLf).toUtf8();
     if (isPortNumberOutOfRange(s.PortNumber))
         s.PortNumber = QStringLiteral("1");
-    file.write((s.ForwardFile + CrLf).toUtf8());
-    file.write((s.ForwardTitle + CrLf).toUtf8());
-    file.commit(); // a failure leaves the previous file as it was
+    bytes += (s.ForwardFile + CrLf).toUtf8();
+    bytes += (s.ForwardTitle + CrLf).toUtf8();
+    try {
+        // A new file beside the settings file, synced and renamed over it, the folder synced:
+        // a crash or a full disk leaves the previous file as it was.
+        writeFileAtomically(s.IniPath, bytes);
+    } catch (const RuntimeError&) {
+        // Silent: the program ends all the same, and the previous file stays.
+    }
 }
 
 // --- The per-user settings store ------------------------------------------------------------

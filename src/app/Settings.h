@@ -11,6 +11,7 @@
 // QtCore only: the main window calls these, tests drive them without a display.
 
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <memory>
@@ -46,6 +47,14 @@ QString workFilePath(const QString& folder);     // folder + WORK.~~~
 
 // Sets IniPath and WorkPath from the program folder.
 void setupProgramPaths();
+
+// Removes what a crash or a power cut can leave behind in the program folder: the program's
+// temporary files whose process has ended (a settings file or a data file half replaced),
+// the work file when no running program is saving or opening through it, and the lock files
+// of recording journals that are gone. Recording journals themselves stay: they are offered
+// for restoring. Both programs call this at start, once the folder is known. Returns the
+// names removed.
+QStringList removeLeftoversOfCrash(const QString& folder);
 
 // --- The settings file --------------------------------------------------------------------
 

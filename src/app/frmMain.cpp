@@ -265,6 +265,7 @@ void frmMain::Load(const QString& portOverride)
     state.RealtimeCommandsOn = false;
 
     setupProgramPaths();
+    removeLeftoversOfCrash(programFolder());
     ReadSettings();
     m_realtime->setJournalFolder(programFolder());
     coComm.setCommPort(portOverride.isEmpty() ? state.PortNumber : portOverride);

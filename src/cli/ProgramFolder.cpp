@@ -19,6 +19,7 @@ bool useProgramFolder(QString& error)
         return false;
     }
     setupProgramPaths();
+    removeLeftoversOfCrash(folder);
     return true;
 }
 

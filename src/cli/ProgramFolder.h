@@ -9,8 +9,9 @@ namespace quvo::cli {
 
 QString programFolder();
 
-// Makes sure the folder exists and points IniPath and WorkPath at the files in it. False,
-// with the reason in `error`, when the folder cannot be made.
+// Makes sure the folder exists, points IniPath and WorkPath at the files in it and removes
+// what a crash left there (removeLeftoversOfCrash). False, with the reason in `error`, when
+// the folder cannot be made.
 bool useProgramFolder(QString& error);
 
 } // namespace quvo::cli

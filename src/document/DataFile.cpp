@@ -95,6 +95,39 @@ namespace {
 // data type."
 struct Refused {};
 
+RuntimeError lineTooLong(int number)
+{
+    return RuntimeError(QStringLiteral("Line %1 is longer than %2 characters.").arg(number).arg(DataFileMaxLineLength));
+}
+
+// Refuses a file as its copy is made, at the first line too long to be a data file line:
+// a file of a hundred megabytes without a line end is refused after a few kilobytes, not
+// copied whole into the program folder first. (The reader applies the exact rule again.)
+class LineLengthCheck {
+public:
+    void operator()(QByteArrayView block)
+    {
+        qsizetype at = 0;
+        while (at < block.size()) {
+            const auto* lf = static_cast<const char*>(std::memchr(block.data() + at, '\n', static_cast<std::size_t>(block.size() - at)));
+            const qsizetype end = lf ? lf - block.data() : block.size();
+            m_run += end - at;
+            // A line may end in CR before its LF: one more character than the limit.
+            if (m_run > DataFileMaxLineLength + 1)
+                throw lineTooLong(m_line);
+            if (!lf)
+                break;
+            ++m_line;
+            m_run = 0;
+            at = end + 1;
+        }
+    }
+
+private:
+    int m_line = 1;
+    qint64 m_run = 0;
+};
+
 // The lines of a file's content, one after the other.
 class LineReader {
 public:
@@ -124,9 +157,7 @@ private:
             --length;
         ++m_number;
         if (length > DataFileMaxLineLength)
-            throw RuntimeError(QStringLiteral("Line %1 is longer than %2 characters.")
-                                   .arg(m_number)
-                                   .arg(DataFileMaxLineLength));
+            throw lineTooLong(m_number);
         line = m_content.sliced(m_begin, length);
     }
 
@@ -314,18 +345,23 @@ bool DataDocument::WriteDataFile(const QString& path)
 bool DataDocument::SaveFile(const QString& path)
 {
     busy(true);
-    EnsureWorkFile();
     const QString& work = programState().WorkPath;
-    bool ok = WriteDataFile(work);
-    if (ok) {
-        try {
-            replaceFileWith(work, path);
-        } catch (const RuntimeError& e) {
-            programState().LastError = e.description();
-            ok = false;
+    bool ok = false;
+    if (const WorkFileLock workLock(work); !workLock.isLocked()) {
+        programState().LastError = WorkFileLock::inUseText(work);
+    } else {
+        EnsureWorkFile();
+        ok = WriteDataFile(work);
+        if (ok) {
+            try {
+                replaceFileWith(work, path);
+            } catch (const RuntimeError& e) {
+                programState().LastError = e.description();
+                ok = false;
+            }
         }
+        DeleteWorkFile();
     }
-    DeleteWorkFile();
     if (ok) {
         d->unchanged = true;
         d->fileName = path;
@@ -531,15 +567,19 @@ bool DataDocument::OpenFile(const QString& path)
     const Content before = *d;
     const QString modelBefore = state.MeterModel;
 
-    EnsureWorkFile();
     bool ok = false;
-    try {
-        copyFileLimited(path, state.WorkPath, DataFileMaxBytes);
-        ok = ReadDataFile(state.WorkPath);
-    } catch (const RuntimeError& e) {
-        state.LastError = e.description();
+    if (const WorkFileLock workLock(state.WorkPath); !workLock.isLocked()) {
+        state.LastError = WorkFileLock::inUseText(state.WorkPath);
+    } else {
+        EnsureWorkFile();
+        try {
+            copyFileLimited(path, state.WorkPath, DataFileMaxBytes, LineLengthCheck());
+            ok = ReadDataFile(state.WorkPath);
+        } catch (const RuntimeError& e) {
+            state.LastError = e.description();
+        }
+        DeleteWorkFile();
     }
-    DeleteWorkFile();
 
     if (ok) {
         DispCalculation();

@@ -2,6 +2,7 @@
 
 #include "resources/RuntimeError.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,12 +11,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 
 #ifdef Q_OS_WIN
 #include <io.h>
 #include <windows.h>
 #else
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 #endif
 
@@ -36,6 +39,14 @@ QString injected(FileStep step, const QString& path)
     qint64 unused = 0;
     return injected(step, path, unused);
 }
+
+void stepDone(FileStep step, const QString& path)
+{
+    if (g_injector)
+        g_injector->done(step, path);
+}
+
+const QString TemporaryMark = QStringLiteral(".quvolink-");
 
 RuntimeError cannotWrite(const QString& path, const QString& reason)
 {
@@ -79,8 +90,10 @@ void writeAll(QFile& file, const QString& path, const QByteArray& bytes)
     qint64 accepted = bytes.size();
     const QString failure = injected(FileStep::Write, path, accepted);
     const qint64 toWrite = failure.isEmpty() ? bytes.size() : std::clamp<qint64>(accepted, 0, bytes.size());
-    if (toWrite > 0 && file.write(bytes.constData(), toWrite) != toWrite)
-        throw cannotWrite(path, file.errorString());
+    QString reason;
+    if (toWrite > 0 && !writeWhole(file, bytes.constData(), toWrite, reason))
+        throw cannotWrite(path, reason);
+    stepDone(FileStep::Write, path);
     if (!failure.isEmpty())
         throw cannotWrite(path, failure);
 }
@@ -92,6 +105,7 @@ void syncFile(QFile& file, const QString& path)
         throw cannotWrite(path, reason);
     if (!reason.isEmpty())
         throw cannotWrite(path, reason);
+    stepDone(FileStep::Sync, path);
 }
 
 // Renames `from` over `to` in one step, replacing it.
@@ -109,21 +123,7 @@ void renameOver(const QString& from, const QString& to)
     if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0)
         throw cannotWrite(to, systemError());
 #endif
-}
-
-// After a rename the folder's entry must reach the disk too. Not every file system can sync
-// a folder; that is no reason to call a save failed.
-void syncFolder(const QString& folder)
-{
-#ifndef Q_OS_WIN
-    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd >= 0) {
-        ::fsync(fd);
-        ::close(fd);
-    }
-#else
-    Q_UNUSED(folder);
-#endif
+    stepDone(FileStep::Replace, to);
 }
 
 QByteArray readAll(const QString& path)
@@ -145,14 +145,16 @@ QString createSibling(const QString& target, QFile& file)
 {
     const QFileInfo info(target);
     for (int attempt = 0; attempt < 16; ++attempt) {
-        const QString name = info.absolutePath() + QStringLiteral("/.") + info.fileName() + QStringLiteral(".")
+        const QString name = info.absolutePath() + QLatin1Char('/') + temporaryNamePrefix(info.fileName())
             + QString::number(QRandomGenerator::global()->generate(), 16) + QStringLiteral(".tmp");
         const QString failure = injected(FileStep::Create, name);
         if (!failure.isEmpty())
             throw cannotWrite(target, failure);
         file.setFileName(name);
-        if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered))
+        if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered)) {
+            stepDone(FileStep::Create, name);
             return name;
+        }
         if (QFileInfo::exists(name))
             continue; // taken: try another name
         throw cannotWrite(target, file.errorString());
@@ -160,52 +162,21 @@ QString createSibling(const QString& target, QFile& file)
     throw cannotWrite(target, QStringLiteral("no free temporary name"));
 }
 
-} // namespace
-
-FileFaultInjector* setFileFaultInjector(FileFaultInjector* injector)
+// The file a path names, links followed (a link is kept: the file it points to is replaced).
+QString realFileOf(const QString& target)
 {
-    FileFaultInjector* before = g_injector;
-    g_injector = injector;
-    return before;
+    QString real = QFileInfo(target).absoluteFilePath();
+    const QFileInfo info(real);
+    if (info.isSymLink() && info.exists())
+        real = info.canonicalFilePath();
+    return real;
 }
 
-void writeFileSynced(const QString& path, const QByteArray& bytes)
+// A new file beside `realTarget`, written, synced and renamed over it; the folder synced.
+void writeBeside(const QString& realTarget, const QByteArray& bytes)
 {
-    const QString failure = injected(FileStep::Create, path);
-    if (!failure.isEmpty())
-        throw cannotWrite(path, failure);
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
-        throw cannotWrite(path, file.errorString());
-    writeAll(file, path, bytes);
-    syncFile(file, path);
-    file.close();
-    if (file.error() != QFileDevice::NoError)
-        throw cannotWrite(path, file.errorString());
-}
-
-void replaceFileWith(const QString& source, const QString& target)
-{
-    if (target.isEmpty())
-        throw RuntimeError(QStringLiteral("No file name was given."));
-    // A link is kept: the file it points to is the one replaced.
-    QString realTarget = QFileInfo(target).absoluteFilePath();
-    const QFileInfo targetInfo(realTarget);
-    if (targetInfo.isSymLink() && targetInfo.exists())
-        realTarget = targetInfo.canonicalFilePath();
     const QString folder = QFileInfo(realTarget).absolutePath();
-
-    const QString sourceFolder = QFileInfo(source).canonicalPath();
-    const QString targetFolder = QFileInfo(folder).canonicalFilePath();
-    if (!sourceFolder.isEmpty() && sourceFolder == targetFolder) {
-        if (QFileInfo::exists(realTarget))
-            QFile::setPermissions(source, QFile::permissions(realTarget));
-        renameOver(source, realTarget);
-        syncFolder(folder);
-        return;
-    }
-
-    const QByteArray bytes = readAll(source);
+    removeStaleTemporaries(folder);
     QFile temporary;
     const QString temporaryPath = createSibling(realTarget, temporary);
     try {
@@ -225,7 +196,152 @@ void replaceFileWith(const QString& source, const QString& target)
     syncFolder(folder);
 }
 
-void copyFileLimited(const QString& source, const QString& target, qint64 maxBytes)
+} // namespace
+
+FileFaultInjector* setFileFaultInjector(FileFaultInjector* injector)
+{
+    FileFaultInjector* before = g_injector;
+    g_injector = injector;
+    return before;
+}
+
+QString injectedFileFailure(FileStep step, const QString& path)
+{
+    return injected(step, path);
+}
+
+QString injectedFileFailure(FileStep step, const QString& path, qint64& acceptedBytes)
+{
+    return injected(step, path, acceptedBytes);
+}
+
+void fileStepDone(FileStep step, const QString& path)
+{
+    stepDone(step, path);
+}
+
+bool writeWhole(QFile& file, const char* data, qint64 size, QString& reason)
+{
+    qint64 done = 0;
+    while (done < size) {
+        const qint64 n = file.write(data + done, size - done);
+        if (n < 0 || (n == 0 && file.error() != QFileDevice::NoError)) {
+            reason = file.errorString();
+            return false;
+        }
+        if (n == 0) {
+            reason = QStringLiteral("the system took no more bytes");
+            return false;
+        }
+        done += n;
+    }
+    return true;
+}
+
+QString temporaryNamePrefix(const QString& fileName)
+{
+    return QLatin1Char('.') + fileName + TemporaryMark + QString::number(QCoreApplication::applicationPid())
+        + QLatin1Char('-');
+}
+
+bool isStaleTemporaryName(const QString& fileName)
+{
+    if (!fileName.startsWith(QLatin1Char('.')))
+        return false;
+    // The last mark: the file's own name may contain one too.
+    const qsizetype mark = fileName.lastIndexOf(TemporaryMark);
+    if (mark <= 0)
+        return false;
+    const qsizetype from = mark + TemporaryMark.size();
+    const qsizetype dash = fileName.indexOf(QLatin1Char('-'), from);
+    if (dash <= from || dash + 1 >= fileName.size())
+        return false;
+    bool ok = false;
+    const qint64 pid = fileName.mid(from, dash - from).toLongLong(&ok);
+    if (!ok || pid <= 0)
+        return false;
+    if (pid == QCoreApplication::applicationPid())
+        return false; // one of ours, being written now
+#ifdef Q_OS_UNIX
+    // Signal 0 only asks whether the process exists; EPERM means it does (another user's).
+    if (pid > std::numeric_limits<pid_t>::max())
+        return false;
+    return ::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH;
+#else
+    return false; // without a way to ask, a temporary file is never taken for stale
+#endif
+}
+
+QStringList removeStaleTemporaries(const QString& folder)
+{
+    QStringList removed;
+    const QDir dir(folder);
+    const QStringList names = dir.entryList({QStringLiteral(".*") + TemporaryMark + QStringLiteral("*")},
+                                            QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& name : names) {
+        if (isStaleTemporaryName(name) && QFile::remove(dir.filePath(name)))
+            removed << name;
+    }
+    return removed;
+}
+
+void syncFolder(const QString& folder)
+{
+#ifndef Q_OS_WIN
+    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0) {
+        ::fsync(fd);
+        ::close(fd);
+    }
+#else
+    Q_UNUSED(folder);
+#endif
+}
+
+void writeFileSynced(const QString& path, const QByteArray& bytes)
+{
+    const QString failure = injected(FileStep::Create, path);
+    if (!failure.isEmpty())
+        throw cannotWrite(path, failure);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+        throw cannotWrite(path, file.errorString());
+    stepDone(FileStep::Create, path);
+    writeAll(file, path, bytes);
+    syncFile(file, path);
+    file.close();
+    if (file.error() != QFileDevice::NoError)
+        throw cannotWrite(path, file.errorString());
+}
+
+void writeFileAtomically(const QString& path, const QByteArray& bytes)
+{
+    if (path.isEmpty())
+        throw RuntimeError(QStringLiteral("No file name was given."));
+    writeBeside(realFileOf(path), bytes);
+}
+
+void replaceFileWith(const QString& source, const QString& target)
+{
+    if (target.isEmpty())
+        throw RuntimeError(QStringLiteral("No file name was given."));
+    const QString realTarget = realFileOf(target);
+    const QString folder = QFileInfo(realTarget).absolutePath();
+
+    const QString sourceFolder = QFileInfo(source).canonicalPath();
+    const QString targetFolder = QFileInfo(folder).canonicalFilePath();
+    if (!sourceFolder.isEmpty() && sourceFolder == targetFolder) {
+        if (QFileInfo::exists(realTarget))
+            QFile::setPermissions(source, QFile::permissions(realTarget));
+        renameOver(source, realTarget);
+        syncFolder(folder);
+        return;
+    }
+    writeBeside(realTarget, readAll(source));
+}
+
+void copyFileLimited(const QString& source, const QString& target, qint64 maxBytes,
+                     const std::function<void(QByteArrayView block)>& inspect)
 {
     QString failure = injected(FileStep::Read, source);
     if (!failure.isEmpty())
@@ -260,6 +376,8 @@ void copyFileLimited(const QString& source, const QString& target, qint64 maxByt
         total += n;
         if (total > maxBytes) // a file that grows while it is read
             throw tooLarge();
+        if (inspect)
+            inspect(QByteArrayView(chunk.constData(), n));
         if (out.write(chunk.constData(), n) != n)
             throw cannotWrite(target, out.errorString());
     }

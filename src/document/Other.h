@@ -5,6 +5,10 @@
 
 #include <QString>
 
+#include <memory>
+
+class QLockFile;
+
 namespace quvo {
 
 // True when the file can be opened for reading (it is closed again at once).
@@ -16,5 +20,29 @@ void EnsureWorkFile();
 
 // Deletes the work file; errors (no such file) are ignored.
 void DeleteWorkFile();
+
+// The work file is one per program folder, and the desktop program and the command-line
+// program share that folder. A save or an open holds this lock (a lock file "WORK.~~~.lock"
+// beside the work file) while it uses the work file, so that two programs never mix their
+// data in it, and a program starting up never removes a work file that is in use. A lock
+// left by a program that no longer runs is taken over. A lock file that cannot be made (full
+// disk, read-only folder) does not count as held: the work file's own write then fails with
+// the system's reason.
+class WorkFileLock {
+public:
+    // Waits up to `waitMs` milliseconds for the lock (another program's save is short).
+    explicit WorkFileLock(const QString& workPath, int waitMs = 10000);
+    ~WorkFileLock();
+    WorkFileLock(const WorkFileLock&) = delete;
+    WorkFileLock& operator=(const WorkFileLock&) = delete;
+
+    bool isLocked() const { return m_locked; }
+    // The reason of a lock that could not be had.
+    static QString inUseText(const QString& workPath);
+
+private:
+    std::unique_ptr<QLockFile> m_lock;
+    bool m_locked = false;
+};
 
 } // namespace quvo

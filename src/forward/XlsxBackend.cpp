@@ -400,6 +400,7 @@ void writeNewWorkbook(WorkbookState& workbook, const XlsxSettings& settings)
         for (const auto& sheet : workbook.sheets)
             sheets.push_back(sheet->model.get());
         xlsx::writeWorkbookFile(temporary, sheets, static_cast<int>(workbook.active));
+        xlsx::temporaryWritten(temporary);
         QFile::setPermissions(temporary, newFilePermissions());
         xlsx::syncToDisk(temporary);
         if (settings.beforeCommit)

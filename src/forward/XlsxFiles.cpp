@@ -1,5 +1,6 @@
 #include "forward/XlsxFiles.h"
 
+#include "document/DurableFile.h"
 #include "resources/RuntimeError.h"
 
 #include <QDir>
@@ -75,18 +76,38 @@ QString lockFileOf(const QString& workbookPath)
 
 QString createTemporaryBeside(const QString& folder, const QString& baseName)
 {
-    QTemporaryFile file(QDir(folder).filePath(QStringLiteral(".%1.quvolink-XXXXXX").arg(baseName)));
+    removeStaleTemporaries(folder);
+    const QString pattern = QDir(folder).filePath(temporaryNamePrefix(baseName) + QStringLiteral("XXXXXX"));
+    const QString failure = injectedFileFailure(FileStep::Create, pattern);
+    if (!failure.isEmpty())
+        throw RuntimeError(QStringLiteral("No file can be created in the folder \"%1\": %2")
+                               .arg(QDir::toNativeSeparators(folder), failure));
+    QTemporaryFile file(pattern);
     file.setAutoRemove(false);
     if (!file.open())
         throw RuntimeError(QStringLiteral("No file can be created in the folder \"%1\": %2")
                                .arg(QDir::toNativeSeparators(folder), file.errorString()));
     const QString path = file.fileName();
     file.close();
+    fileStepDone(FileStep::Create, path);
     return path;
+}
+
+void temporaryWritten(const QString& temporary)
+{
+    const QString failure = injectedFileFailure(FileStep::Write, temporary);
+    fileStepDone(FileStep::Write, temporary);
+    if (!failure.isEmpty())
+        throw RuntimeError(
+            QStringLiteral("\"%1\" cannot be written: %2").arg(QDir::toNativeSeparators(temporary), failure));
 }
 
 void syncToDisk(const QString& path)
 {
+    const QString failure = injectedFileFailure(FileStep::Sync, path);
+    if (!failure.isEmpty())
+        throw RuntimeError(QStringLiteral("\"%1\" could not be written to the disk: %2")
+                               .arg(QDir::toNativeSeparators(path), failure));
     const QByteArray name = QFile::encodeName(path);
     const int fd = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
@@ -97,6 +118,7 @@ void syncToDisk(const QString& path)
     if (!ok)
         throw RuntimeError(QStringLiteral("\"%1\" could not be written to the disk: %2")
                                .arg(QDir::toNativeSeparators(path), systemError(error)));
+    fileStepDone(FileStep::Sync, path);
 }
 
 void syncFolder(const QString& folder)
@@ -111,6 +133,10 @@ void syncFolder(const QString& folder)
 
 void moveIntoPlace(const QString& temporary, const QString& target, bool replace)
 {
+    const QString failure = injectedFileFailure(FileStep::Replace, target);
+    if (!failure.isEmpty())
+        throw RuntimeError(QStringLiteral("\"%1\" could not be replaced: %2")
+                               .arg(QDir::toNativeSeparators(target), failure));
     const QByteArray from = QFile::encodeName(temporary);
     const QByteArray to = QFile::encodeName(target);
     if (replace) {
@@ -134,6 +160,7 @@ void moveIntoPlace(const QString& temporary, const QString& target, bool replace
                                        .arg(QDir::toNativeSeparators(target), systemError(errno)));
         }
     }
+    fileStepDone(FileStep::Replace, target);
     syncFolder(QFileInfo(target).absolutePath());
 }
 

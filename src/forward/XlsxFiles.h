@@ -21,9 +21,15 @@ QString newWorkbookPath(const QString& folder, const QString& title, const QDate
 // ("~$name.xlsx" or ".~lock.name.xlsx#"), or "" when there is none.
 QString lockFileOf(const QString& workbookPath);
 
-// A new, empty file in `folder` with a hidden name derived from `baseName`; throws
-// RuntimeError when the folder does not take new files.
+// A new, empty file in `folder` with a hidden name derived from `baseName`, named like every
+// temporary file of the program (temporaryNamePrefix in document/DurableFile.h); stale
+// temporary files in the folder are removed first. Throws RuntimeError when the folder does
+// not take new files.
 QString createTemporaryBeside(const QString& folder, const QString& baseName);
+
+// The temporary file is complete: the step where a write fails on a full disk (an injected
+// fault, see FileFaultInjector), and where a test may stop the process. Throws RuntimeError.
+void temporaryWritten(const QString& temporary);
 
 // Flushes a file (or a folder's entries) to the disk; throws RuntimeError on failure.
 void syncToDisk(const QString& path);

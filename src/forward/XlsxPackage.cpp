@@ -276,6 +276,13 @@ public:
         return list;
     }
 
+    // The declared unpacked size of a part (0 when absent).
+    qint64 size(const QString& part) const
+    {
+        const auto it = m_entries.find(part.toLower());
+        return it == m_entries.end() ? 0 : static_cast<qint64>(it->second.size);
+    }
+
     QByteArray read(const QString& part) const
     {
         const auto it = m_entries.find(part.toLower());
@@ -381,7 +388,16 @@ std::unique_ptr<Package> readPackage(const QString& path, const QString& file, c
     pkg->file = file;
     pkg->zip = std::make_unique<ZipReader>(path, file, limits);
     const ZipReader& zip = *pkg->zip;
-    const auto xmlPart = [&](const QString& part) { return parseXml(zip.read(zip.entryName(part)), part, file); };
+    const auto xmlPart = [&](const QString& part) {
+        // A compression bomb within the limits of a whole entry is still far too much to parse.
+        if (zip.size(part) > limits.maxParsedPartSize)
+            throw RuntimeError(QStringLiteral("The workbook \"%1\" has a part %2 of %3 MB, more than the %4 MB this "
+                                              "program reads; it is not extended.")
+                                   .arg(shown(file), zip.entryName(part))
+                                   .arg(zip.size(part) / (1024 * 1024))
+                                   .arg(limits.maxParsedPartSize / (1024 * 1024)));
+        return parseXml(zip.read(zip.entryName(part)), part, file);
+    };
 
     if (!zip.has(QStringLiteral("[Content_Types].xml")) || !zip.has(QStringLiteral("_rels/.rels")))
         throw RuntimeError(QStringLiteral("\"%1\" is not an Excel workbook (.xlsx) that can be extended: it is a zip "
@@ -1048,6 +1064,7 @@ void addSheetsToWorkbookFile(const QString& path, const std::vector<SheetModel*>
     try {
         copyFile(file, temporary);
         applyChanges(temporary, graft.changes(), *pkg->zip);
+        temporaryWritten(temporary);
         QFile::setPermissions(temporary, QFile::permissions(file));
         syncToDisk(temporary);
         if (beforeCommit)

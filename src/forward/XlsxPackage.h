@@ -26,6 +26,10 @@ struct PackageLimits {
     qint64 maxEntrySize = 200LL * 1024 * 1024;   // uncompressed bytes of one entry
     qint64 maxTotalSize = 1024LL * 1024 * 1024;  // uncompressed bytes of all entries
     int maxEntries = 10000;
+    // Uncompressed bytes of a part that is unpacked and parsed (content types, relationships,
+    // the workbook part, styles, document properties). Those parts are small in any real
+    // workbook; parsing one takes a few times its size in memory.
+    qint64 maxParsedPartSize = 32LL * 1024 * 1024;
 };
 
 // What adding sheets needs to know about an existing workbook file.

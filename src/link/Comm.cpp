@@ -222,13 +222,15 @@ bool Comm::SendCommand(const QString& command, int attempts)
 
         if (cancelled() || stopped())
             return false;
+        // An answer that came complete before the port failed is still this command's
+        // answer; the next command reports the loss.
+        if (s.LinkState == LinkStates::Complete)
+            return true;
         if (m_linkLost) {
             tmTimeout.stop();
             s.LastError = m_lostMessage;
             return false;
         }
-        if (s.LinkState == LinkStates::Complete)
-            return true;
         // Timed out: send again while attempts remain (attempts counts the sends).
         if (attempts <= 0)
             break;

@@ -408,13 +408,16 @@ TEST_F(DownloadTest, GarbledRecordIsADataErrorAndKeepsTheGoodRows)
 {
     sim::SimulatorOptions options = model(QLatin1Char('1'), 40);
     options.badCheckRate = 0.2; // some answer line gets a wrong check character
-    options.seed = 11;
+    // The answers to RM, RN and RI are checked too: with this seed the first damaged answer
+    // is a record's, after some good ones.
+    options.seed = 12;
     startSimulator(options);
     download.mnuDataLoging();
     EXPECT_EQ(download.lastOutcome(), DownloadOutcome::Failed);
     EXPECT_EQ(host.messages(), QStringList{ResID(Res::DataError)});
     DataDocument* doc = document();
     const int rows = doc->GetDatacount();
+    EXPECT_GT(rows, 0);
     EXPECT_LT(rows, 40);
     for (int row = 1; row <= rows; ++row)
         EXPECT_EQ(doc->TextMatrix(row, 2), loggingRecord(row - 1).display) << row;

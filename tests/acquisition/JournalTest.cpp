@@ -137,11 +137,25 @@ TEST_F(JournalTest, ADamagedLineIsLeftOutAndCounted)
 
 TEST_F(JournalTest, AJournalWithoutStartHoldsNoRecording)
 {
+    // Made, then ended before its start line (killed in between): nothing to restore.
     auto journal = RecordingJournal::create(folder.path(), nullptr);
     ASSERT_TRUE(journal);
     QString error;
+    const auto contents = journal->read(&error);
+    ASSERT_TRUE(contents) << error.toStdString();
+    EXPECT_TRUE(contents->rows.isEmpty());
+    EXPECT_EQ(contents->damagedLines, 0);
+    EXPECT_TRUE(error.isEmpty());
+}
+
+TEST_F(JournalTest, RowsWithoutAStartLineAreNoRecording)
+{
+    auto journal = RecordingJournal::create(folder.path(), nullptr);
+    ASSERT_TRUE(journal);
+    ASSERT_TRUE(journal->appendRows(someRows()));
+    QString error;
     EXPECT_FALSE(journal->read(&error));
-    EXPECT_FALSE(error.isEmpty());
+    EXPECT_TRUE(error.contains(QLatin1String("holds no recording"))) << error.toStdString();
 }
 
 TEST_F(JournalTest, OnlyJournalsWithoutALivingOwnerAreLeftOvers)

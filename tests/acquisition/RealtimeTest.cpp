@@ -398,7 +398,10 @@ TEST_F(RealtimeTest, ALostPortDuringRecordingStopsAtOnceAndKeepsTheRows)
     EXPECT_EQ(programState().CommState, CommStates::Idle);
     EXPECT_EQ(realtime.lastEnd(), RealtimeEnd::PortLost);
     EXPECT_FALSE(comm.PortOpen());
-    EXPECT_EQ(document->GetDatacount(), 2);
+    // The third second's request was answered before the cable went: that reading is kept,
+    // as a Stop would keep it.
+    ASSERT_EQ(document->GetDatacount(), 3);
+    EXPECT_EQ(document->TextMatrix(3, 2), GetValueText(ScriptedMeter::indexReading(2)));
     ASSERT_EQ(host.messages().size(), 1);
     EXPECT_TRUE(host.messages().first().startsWith(QStringLiteral("The connection to the meter on")))
         << host.messages().first().toStdString();
@@ -427,7 +430,9 @@ TEST_F(RealtimeTest, ALostPortNoticedByTheTickStopsAndShowsTheMessageOnce)
     EXPECT_EQ(realtime.lastEnd(), RealtimeEnd::PortLost);
     ASSERT_EQ(host.messages().size(), 1);
     EXPECT_TRUE(host.messages().first().startsWith(QStringLiteral("The connection to the meter on")));
-    EXPECT_EQ(document->GetDatacount(), 1);
+    // The request of the second second was answered before the loss: kept.
+    ASSERT_EQ(document->GetDatacount(), 2);
+    EXPECT_EQ(document->TextMatrix(2, 2), GetValueText(ScriptedMeter::indexReading(1)));
 }
 
 TEST_F(RealtimeTest, APortLostDuringTheStartIsReportedOnce)

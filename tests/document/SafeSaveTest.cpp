@@ -4,9 +4,12 @@
 
 #include "DocumentTestSupport.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
 
 #include <unistd.h>
 
@@ -94,9 +97,32 @@ TEST_F(SafeSaveTest, TargetInAFolderThatIsAFile)
 
 TEST_F(SafeSaveTest, ReadOnlyFolder)
 {
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "running as root, which writes into read-only folders; the folder-is-a-file and injected "
-                        "failure cases cover a refusing folder";
+    if (::geteuid() == 0) {
+        // Root writes into read-only folders: this case runs again in a child process as the
+        // unprivileged user "nobody" (uid 65534), where the folder refuses the file.
+        const QString setpriv = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
+        if (setpriv.isEmpty())
+            GTEST_SKIP() << "running as root without setpriv to run the case as another user";
+        QProcess child;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("HOME"), QDir::tempPath());
+        env.insert(QStringLiteral("TMPDIR"), QDir::tempPath());
+        env.remove(QStringLiteral("XDG_RUNTIME_DIR"));
+        child.setProcessEnvironment(env);
+        child.setProcessChannelMode(QProcess::MergedChannels);
+        child.start(setpriv, {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
+                              QStringLiteral("--clear-groups"), QCoreApplication::applicationFilePath(),
+                              QStringLiteral("--gtest_filter=SafeSaveTest.ReadOnlyFolder")});
+        ASSERT_TRUE(child.waitForFinished(60000));
+        const QString output = QString::fromLocal8Bit(child.readAll());
+        if (output.contains(QLatin1String("Permission denied")) && child.exitCode() != 0
+            && !output.contains(QLatin1String("[ RUN      ]")))
+            GTEST_SKIP() << "the unprivileged user cannot run this program here: " << output.toStdString();
+        EXPECT_EQ(child.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(child.exitCode(), 0) << output.toStdString();
+        EXPECT_TRUE(output.contains(QLatin1String("[       OK ] SafeSaveTest.ReadOnlyFolder"))) << output.toStdString();
+        return;
+    }
     ASSERT_TRUE(QFile::setPermissions(m_documents, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
     EXPECT_FALSE(m_doc->SaveFile(m_target));
     QFile::setPermissions(m_documents, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);

@@ -67,6 +67,7 @@ struct MeterSimulator::Impl {
     mutable QMutex mutex;
     SimulatorOptions options;
     QStringList log;
+    QList<AnswerRecord> answerLog; // one per entry of log
     QString slavePath;
     bool plugged = false;
 
@@ -94,8 +95,16 @@ struct MeterSimulator::Impl {
         QByteArray bytes;
         Clock::time_point due;
         bool unplugAfter = false;
+        qsizetype record = -1; // its entry in answerLog
     };
     std::deque<Reply> replies;
+
+    // The replies in `output`: their answerLog entry and where they end in `output`.
+    struct Outgoing {
+        qsizetype record;
+        qsizetype end;
+    };
+    std::deque<Outgoing> outgoing;
 
     // Bytes on their way out; with pacing one character leaves per character time.
     QByteArray output;
@@ -121,6 +130,7 @@ struct MeterSimulator::Impl {
     void handleLine(const QByteArray& raw, Clock::time_point arrivedAt);
     QByteArray withCharacterFaults(const QByteArray& line, const SimulatorOptions& o);
     void writeOutput(Clock::time_point now, bool pacing);
+    void markSent(qsizetype record);
     bool lastAnswerRead(Clock::time_point now);
     void schedule(Clock::time_point now, bool pacing);
 };
@@ -176,6 +186,7 @@ bool MeterSimulator::Impl::makeTerminal(QString* error)
     arriving.clear();
     replies.clear();
     output.clear();
+    outgoing.clear();
     outputBlocked = false;
     unplugPending = false;
     drainSince.reset();
@@ -205,6 +216,7 @@ void MeterSimulator::Impl::closeTerminal()
     arriving.clear();
     replies.clear();
     output.clear();
+    outgoing.clear(); // what had not left yet never will: those records stay unsent
     outputBlocked = false;
     unplugPending = false;
     drainSince.reset();
@@ -307,6 +319,10 @@ void MeterSimulator::Impl::pump()
         if (output.isEmpty())
             outputFreeAt = std::max(outputFreeAt, reply.due);
         output += reply.bytes;
+        if (reply.bytes.isEmpty())
+            markSent(reply.record);
+        else
+            outgoing.push_back({reply.record, output.size()});
         unplugPending = reply.unplugAfter;
     }
 
@@ -343,12 +359,22 @@ void MeterSimulator::Impl::handleLine(const QByteArray& raw, Clock::time_point a
     if (command.isEmpty())
         return; // an empty line (a bare Enter typed by hand) is no command
 
-    {
-        QMutexLocker lock(&mutex);
-        log << command;
-    }
     ++commandsSincePlug;
     const SimulatorOptions o = current();
+    AnswerRecord record;
+    record.command = command;
+
+    if (o.unplugAtCommand > 0 && commandsSincePlug == o.unplugAtCommand) {
+        // The cable comes out just as this command arrives: it is never answered.
+        {
+            QMutexLocker lock(&mutex);
+            log << command;
+            answerLog << record;
+        }
+        emit q->commandReceived(command);
+        q->unplug();
+        return;
+    }
 
     QByteArray out;
     const bool silent = o.silent || startsWithAnyOf(command, o.silentCommands);
@@ -356,24 +382,43 @@ void MeterSimulator::Impl::handleLine(const QByteArray& raw, Clock::time_point a
         if (o.echo)
             out += raw + "\r\n";
         const QString body = answers.answer(command);
-        QChar check = checkCharacter(body);
+        const QChar right = checkCharacter(body);
+        QChar check = right;
         if (faults.chance(o.badCheckRate)) {
             // Any of the fifteen other hexadecimal digits.
             static const char hex[] = "0123456789ABCDEF";
-            const int right = static_cast<int>(QByteArray(hex).indexOf(check.toLatin1()));
-            check = QLatin1Char(hex[(right + 1 + faults.below(15)) % 16]);
+            const int index = static_cast<int>(QByteArray(hex).indexOf(right.toLatin1()));
+            check = QLatin1Char(hex[(index + 1 + faults.below(15)) % 16]);
         }
-        out += withCharacterFaults((body + check).toLatin1() + "\r\n", o);
+        const QByteArray clean = (body + right).toLatin1() + "\r\n";
+        const QByteArray faulted = withCharacterFaults((body + check).toLatin1() + "\r\n", o);
+        out += faulted;
+        record.line = body + right;
+        record.damaged = faulted != clean;
     }
+    record.output = out;
 
     Reply reply;
     reply.bytes = out;
     reply.due = arrivedAt + std::chrono::milliseconds(std::max(0, o.answerDelayMs));
     reply.unplugAfter = o.disconnectAfter > 0 && commandsSincePlug == o.disconnectAfter;
+    {
+        QMutexLocker lock(&mutex);
+        log << command;
+        reply.record = answerLog.size();
+        answerLog << record;
+    }
     replies.push_back(reply);
 
     emit q->commandReceived(command);
     emit q->answered(command, out);
+}
+
+void MeterSimulator::Impl::markSent(qsizetype record)
+{
+    QMutexLocker lock(&mutex);
+    if (record >= 0 && record < answerLog.size())
+        answerLog[record].sent = true;
 }
 
 // Garbling and dropping hit the characters of the answer line (its body and check
@@ -443,6 +488,12 @@ void MeterSimulator::Impl::writeOutput(Clock::time_point now, bool pacing)
     if (pacing)
         outputFreeAt += CharacterTime * written;
     output.remove(0, written);
+    for (Outgoing& o : outgoing)
+        o.end -= written;
+    while (!outgoing.empty() && outgoing.front().end <= 0) {
+        markSent(outgoing.front().record);
+        outgoing.pop_front();
+    }
 }
 
 void MeterSimulator::Impl::schedule(Clock::time_point now, bool pacing)
@@ -560,6 +611,12 @@ int MeterSimulator::commandCount() const
 {
     QMutexLocker lock(&d->mutex);
     return static_cast<int>(d->log.size());
+}
+
+QList<AnswerRecord> MeterSimulator::answerLog() const
+{
+    QMutexLocker lock(&d->mutex);
+    return d->answerLog;
 }
 
 } // namespace quvo::sim

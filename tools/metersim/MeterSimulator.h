@@ -65,11 +65,28 @@ struct SimulatorOptions {
     QStringList errorCommands;        // answer "CMD,ERR" to commands starting with one of these
     int disconnectAfter = 0;          // close the terminal after answering this many commands
                                       // since it was plugged (0 = never)
+    int unplugAtCommand = 0;          // pull the cable as this command (counted since the terminal
+                                      // was made) arrives: it is logged, not answered, and the
+                                      // terminal closes at once (0 = never). Counting starts again
+                                      // with a replug, so clear it before replugging.
     bool pacing = false;              // 9600 baud 8N2: about 1.146 ms per character, both directions
     unsigned seed = 1;                // random source of noise and faults
 
     // Optional stable path: a symbolic link to the current terminal, kept across unplug/replug.
     QString linkPath;
+};
+
+// What the simulator did with one command: what it meant to answer and what left it. Tests
+// count with it which readings reached the program unharmed.
+struct AnswerRecord {
+    QString command;       // the command line, without CR LF
+    QString line;          // the answer line as the meter meant it: body and check character,
+                           // without CR LF; empty when the command was not answered
+    QByteArray output;     // what was queued for the line: echo and answer, faults included
+    bool damaged = false;  // a fault changed the answer line (a garbled or dropped character,
+                           // a wrong check character)
+    bool sent = false;     // every byte of `output` was written to the terminal; false when the
+                           // terminal closed first (or the command was not answered)
 };
 
 // The check character of an answer line: the low four bits of the sum of its character
@@ -110,6 +127,8 @@ public:
     // Every command line received, without CR LF, in order.
     QStringList commandLog() const;
     int commandCount() const;
+    // One record per command of commandLog(), in the same order.
+    QList<AnswerRecord> answerLog() const;
 
 signals:
     void commandReceived(const QString& command);
@@ -153,6 +172,7 @@ public:
     SimulatorOptions options() const;
     QStringList commandLog() const;
     int commandCount() const;
+    QList<AnswerRecord> answerLog() const;
     SimulatorEvents* events() const;
 
 private:

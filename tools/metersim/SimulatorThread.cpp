@@ -120,6 +120,11 @@ int SimulatorThread::commandCount() const
     return d->simulator ? d->simulator->commandCount() : 0;
 }
 
+QList<AnswerRecord> SimulatorThread::answerLog() const
+{
+    return d->simulator ? d->simulator->answerLog() : QList<AnswerRecord>();
+}
+
 SimulatorEvents* SimulatorThread::events() const
 {
     return &d->events;
