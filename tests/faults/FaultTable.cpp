@@ -89,9 +89,9 @@ const std::vector<Fault>& faultTable()
         {QStringLiteral("None"), QStringLiteral("no fault"), completed, completed, completed, completed},
         {QStringLiteral("NoAnswer"), QStringLiteral("no answer"), completed, completed,
          failedWith(Message::Timeout), failedWith(Message::Timeout)},
-        {QStringLiteral("SlowUnderTimeout"), QStringLiteral("answers just inside the time-out (80 %)"), completed,
+        {QStringLiteral("SlowUnderTimeout"), QStringLiteral("answers just inside the time-out (70 %)"), completed,
          completed, completed, completed},
-        {QStringLiteral("SlowOverTimeout"), QStringLiteral("answers just past the time-out (120 %)"), completed,
+        {QStringLiteral("SlowOverTimeout"), QStringLiteral("answers just past the time-out (130 %)"), completed,
          completed, failedWith(Message::DataError), failedWith(Message::DataError)},
         {QStringLiteral("Garbled"), QStringLiteral("1 % garbled characters"), completed, completed, damageDecides,
          damageDecides},
@@ -131,9 +131,9 @@ sim::SimulatorOptions simulatorOptions(const Fault& fault, Operation operation)
     if (f == QLatin1String("NoAnswer"))
         o.silent = true;
     else if (f == QLatin1String("SlowUnderTimeout"))
-        o.answerDelayMs = ShortAnswerTimeoutMs * 8 / 10;
+        o.answerDelayMs = ShortAnswerTimeoutMs * 7 / 10;
     else if (f == QLatin1String("SlowOverTimeout"))
-        o.answerDelayMs = ShortAnswerTimeoutMs * 12 / 10;
+        o.answerDelayMs = ShortAnswerTimeoutMs * 13 / 10;
     else if (f == QLatin1String("Garbled"))
         o.garbleRate = 0.01;
     else if (f == QLatin1String("Dropped"))
