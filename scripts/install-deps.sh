@@ -8,6 +8,7 @@ packages=(
   qt6-base-dev qt6-serialport-dev qt6-qpa-plugins libgl-dev
   qt6-svg-dev libqt6svg6 libqcustomplot-dev libxlsxwriter-dev libzip-dev libpugixml-dev qcoro-qt6-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
+  clang libclang-rt-14-dev
   xvfb xauth socat python3-openpyxl locales fonts-dejavu-core
   librsvg2-bin desktop-file-utils appstream
 )
