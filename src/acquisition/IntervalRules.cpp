@@ -44,7 +44,7 @@ bool CheckTimeField(QString& text, TimeFieldRange range)
     return true;
 }
 
-bool CheckTimeFields(TimeTexts& fields)
+bool CheckTimeFieldSet(TimeTexts& fields)
 {
     bool valid = CheckTimeField(fields.days, DayRange);
     valid = CheckTimeField(fields.hours, HourRange) && valid;
@@ -55,7 +55,7 @@ bool CheckTimeFields(TimeTexts& fields)
 
 bool CheckIntervalAndPeriod(TimeTexts& interval, bool customPeriod, TimeTexts& period)
 {
-    bool valid = CheckTimeFields(interval);
+    bool valid = CheckTimeFieldSet(interval);
     const auto sum = [](const TimeTexts& t) {
         return fieldValue(t.days) + fieldValue(t.hours) + fieldValue(t.minutes) + fieldValue(t.seconds);
     };
@@ -64,7 +64,7 @@ bool CheckIntervalAndPeriod(TimeTexts& interval, bool customPeriod, TimeTexts& p
         valid = false;
     }
     if (customPeriod) {
-        valid = CheckTimeFields(period) && valid;
+        valid = CheckTimeFieldSet(period) && valid;
         if (sum(period) == 0) {
             period.seconds = QStringLiteral("01"); // a zero period becomes one second
             valid = false;

@@ -30,7 +30,7 @@ bool CheckTimeField(QString& text, TimeFieldRange range);
 // The four fields of an interval or period checked in the order days, hours, minutes,
 // seconds (every field is checked and corrected even after a failure). True when all four
 // were in range.
-bool CheckTimeFields(TimeTexts& fields);
+bool CheckTimeFieldSet(TimeTexts& fields);
 
 // The OK button's checks: the interval's fields, then a zero interval (corrected to five
 // seconds), then, only for a custom period, the period's fields and a zero period

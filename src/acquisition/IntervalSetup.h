@@ -1,8 +1,7 @@
 #pragma once
-// The rules of the interval and period of a realtime recording, without widgets: the check
-// of one time field with its correction, the checks of a whole interval and period, the one
-// message that reports a correction, and the transfer to and from a document. QtCore only,
-// so the Interval and period dialog (frmInterval) and the command-line program can share them.
+// The Interval and period dialog without widgets: its boxes, loading them from a document,
+// and OK's checks (the rules in IntervalRules.h, shared with the command-line program) with
+// the transfer to the document. QtCore only; frmInterval is the view.
 
 #include "document/DataDocument.h"
 
@@ -11,33 +10,6 @@
 namespace quvo {
 
 class Prompter;
-
-// Limits of the four time fields (interval and period alike).
-namespace TimeFieldLimits {
-constexpr int DaysMax = 99;
-constexpr int HoursMax = 23;
-constexpr int MinutesMax = 59;
-constexpr int SecondsMax = 59;
-} // namespace TimeFieldLimits
-
-// One field check. The text is converted to a 16-bit integer; a text that does not convert
-// or a value below the minimum becomes the minimum, a value above the maximum becomes the
-// maximum, an accepted value is rewritten: always as at least two digits ("7" gives "07").
-// True when the text was a value in range.
-bool CheckTimeField(QString& text, int minimum, int maximum);
-
-// The sum of four checked fields (days + hours + minutes + seconds, as numbers).
-int timeFieldSum(const TimeTexts& t);
-
-// The checks of the OK button, in order, every one of them run: the interval's four fields;
-// a zero interval becomes five seconds; with a period (periodNone false) the period's four
-// fields, and a zero period becomes one second. The corrections are written into the texts.
-// True when nothing had to be corrected.
-bool checkIntervalAndPeriod(TimeTexts& interval, bool periodNone, TimeTexts& period);
-
-// The message shown after a correction: the correction sentence, the input ranges of the
-// four fields and the request for at least one second.
-QString intervalRangeMessage();
 
 // The dialog's boxes and option buttons.
 struct IntervalSetupFields {

@@ -1,5 +1,7 @@
 #include "app/CommandRules.h"
 
+#include "app/MainMenus.h"
+
 #include "resources/Constant.h"
 #include "resources/ResID.h"
 
@@ -26,11 +28,12 @@ SettingsMenuState settingsMenuState(bool hasActiveChild, int activeKind)
 
 const QStringList& toolbarKeys()
 {
-    static const QStringList keys = {
-        QStringLiteral("Open"),  QStringLiteral("Save"),  QStringLiteral("Forward"),  QStringLiteral("New"),
-        QStringLiteral("Start"), QStringLiteral("Ldata"), QStringLiteral("Sdata"),    QStringLiteral("Mstart"),
-        QStringLiteral("Interval"), QStringLiteral("Graph"), QStringLiteral("Moniter"),
-    };
+    static const QStringList keys = [] {
+        QStringList list;
+        for (const ToolButton& button : mainToolButtons())
+            list.append(QLatin1String(button.key));
+        return list;
+    }();
     return keys;
 }
 

@@ -6,6 +6,7 @@
 #include "acquisition/frmInterval.h"
 #include "acquisition/frmMoniter.h"
 #include "app/CommandRules.h"
+#include "app/MainMenus.h"
 #include "app/frmAbout.h"
 #include "document/DataDocument.h"
 #include "document/DocumentView.h"
@@ -38,72 +39,6 @@
 namespace quvo {
 
 namespace {
-
-// One menu of the menu bar: its name and caption number, then its items ("-" separators
-// carry their own names, e.g. "mnuFileBar1").
-struct MenuItem {
-    const char* name;
-    int text; // 0 for a separator
-};
-struct MenuDefinition {
-    const char* name;
-    int text;
-    std::initializer_list<MenuItem> items;
-};
-
-const MenuDefinition Menus[] = {
-    {"mnuFile", Res::MenuFile,
-     {{"mnuFileOpen", Res::MenuFileOpen},
-      {"mnuFileClose", Res::MenuFileClose},
-      {"mnuFileBar1", 0},
-      {"mnuFileSave", Res::MenuFileSave},
-      {"mnuFileSaveAs", Res::MenuFileSaveAs},
-      {"mnuFileBar2", 0},
-      {"mnuFileForward", Res::MenuFileForward},
-      {"mnuFileBar3", 0},
-      {"mnuFileExit", Res::MenuFileExit}}},
-    {"mnuRealtime", Res::MenuRealtime,
-     {{"mnuRealtimeNew", Res::MenuRealtimeNew},
-      {"mnuRealtimeBar1", 0},
-      {"mnuRealtimeStart", Res::MenuRealtimeStart},
-      {"mnuRealtimeStop", Res::MenuRealtimeStop}}},
-    {"mnuData", Res::MenuData, {{"mnuDataLoging", Res::MenuDataLoging}, {"mnuDataSave", Res::MenuDataSave}}},
-    {"mnuMoniter", Res::MenuMoniter,
-     {{"mnuMoniterStart", Res::MenuMoniterStart}, {"mnuMoniterStop", Res::MenuMoniterStop}}},
-    {"mnuSetup", Res::MenuSetup,
-     {{"mnuSetupCommport", Res::MenuSetupCommport},
-      {"mnuSetupInterval", Res::MenuSetupInterval},
-      {"mnuSetupGraph", Res::MenuSetupGraph}}},
-    {"mnuView", Res::MenuView,
-     {{"mnuViewToolbar", Res::MenuViewToolbar},
-      {"mnuViewStatusbar", Res::MenuViewStatusbar},
-      {"mnuViewBar1", 0},
-      {"mnuViewMoniter", Res::MenuViewMoniter}}},
-    {"mnuHelp", Res::MenuHelp, {{"mnuHelpAbout", Res::MenuHelpAbout}}},
-};
-
-// The tool-bar buttons: key, tool tip number, icon.
-struct ToolButton {
-    const char* key;
-    int tip;
-    const char* icon;
-};
-const ToolButton MainButtons[] = {
-    {"Open", Res::TipOpen, "open"},         {"Save", Res::TipSave, "save"},
-    {"Forward", Res::TipForward, "forward"}, {"New", Res::TipNew, "new"},
-    {"Start", Res::TipStart, "start"},       {"Ldata", Res::TipLdata, "ldata"},
-    {"Sdata", Res::TipSdata, "sdata"},       {"Mstart", Res::TipMstart, "mstart"},
-    {"Interval", Res::TipInterval, "interval"}, {"Graph", Res::TipGraph, "graph"},
-    {"Moniter", Res::TipMoniter, "moniter"},
-};
-const ToolButton StopButton = {"Stop", Res::TipStop, "stop"};
-
-// Where each tool-bar key's icon and tool tip sit, and the buttons that are only separated
-// groups on the bar (after Forward, after Sdata, after Graph).
-bool separatorAfter(const QString& key)
-{
-    return key == QLatin1String("Forward") || key == QLatin1String("Sdata") || key == QLatin1String("Graph");
-}
 
 QIcon toolIcon(const char* name)
 {
@@ -196,7 +131,7 @@ Prompter& frmMain::prompter()
 
 void frmMain::buildMenus()
 {
-    for (const MenuDefinition& definition : Menus) {
+    for (const MenuDefinition& definition : mainMenus()) {
         QMenu* menu = menuBar()->addMenu(QString());
         menu->setObjectName(QLatin1String(definition.name));
         menu->menuAction()->setObjectName(QLatin1String(definition.name));
@@ -249,14 +184,14 @@ void frmMain::buildToolbars()
     tbMain->setObjectName(QStringLiteral("tbMain"));
     tbMain->setMovable(false);
     tbMain->toggleViewAction()->setVisible(false);
-    for (const ToolButton& button : MainButtons) {
+    for (const ToolButton& button : mainToolButtons()) {
         const QString key = QLatin1String(button.key);
         QAction* action = tbMain->addAction(toolIcon(button.icon), QString());
         action->setObjectName(key);
         action->setData(key);
         m_actions.insert(key, action);
         connect(action, &QAction::triggered, this, [this, key] { runToolbarKey(key); });
-        if (separatorAfter(key))
+        if (separatorAfterToolButton(key))
             tbMain->addSeparator();
     }
     action(QStringLiteral("Moniter"))->setCheckable(true);
@@ -267,9 +202,9 @@ void frmMain::buildToolbars()
     tbSub->setObjectName(QStringLiteral("tbSub"));
     tbSub->setMovable(false);
     tbSub->toggleViewAction()->setVisible(false);
-    QAction* stop = tbSub->addAction(toolIcon(StopButton.icon), QString());
-    stop->setObjectName(QLatin1String(StopButton.key));
-    stop->setData(QLatin1String(StopButton.key));
+    QAction* stop = tbSub->addAction(toolIcon(stopToolButton().icon), QString());
+    stop->setObjectName(QLatin1String(stopToolButton().key));
+    stop->setData(QLatin1String(stopToolButton().key));
     m_actions.insert(stop->objectName(), stop);
     connect(stop, &QAction::triggered, this, &frmMain::stopButton);
     tbSub->setVisible(false);
@@ -285,7 +220,7 @@ void frmMain::buildStatusBar()
 
 void frmMain::SetMenuCaptions()
 {
-    for (const MenuDefinition& definition : Menus) {
+    for (const MenuDefinition& definition : mainMenus()) {
         menu(QLatin1String(definition.name))->setTitle(ResID(definition.text));
         for (const MenuItem& item : definition.items) {
             if (item.text)
@@ -296,14 +231,14 @@ void frmMain::SetMenuCaptions()
 
 void frmMain::SetToolTips()
 {
-    for (const ToolButton& button : MainButtons) {
+    for (const ToolButton& button : mainToolButtons()) {
         QAction* a = action(QLatin1String(button.key));
         a->setToolTip(ResID(button.tip));
         a->setText(ResID(button.tip));
     }
-    QAction* stop = action(QLatin1String(StopButton.key));
-    stop->setToolTip(ResID(StopButton.tip));
-    stop->setText(ResID(StopButton.tip));
+    QAction* stop = action(QLatin1String(stopToolButton().key));
+    stop->setToolTip(ResID(stopToolButton().tip));
+    stop->setText(ResID(stopToolButton().tip));
 }
 
 QAction* frmMain::action(const QString& name) const
@@ -582,26 +517,13 @@ void frmMain::onMoniterMenu()
 
 void frmMain::runToolbarKey(const QString& key)
 {
-    static const QHash<QString, QString> menuItemOfKey = {
-        {QStringLiteral("Open"), QStringLiteral("mnuFileOpen")},
-        {QStringLiteral("Save"), QStringLiteral("mnuFileSave")},
-        {QStringLiteral("Forward"), QStringLiteral("mnuFileForward")},
-        {QStringLiteral("New"), QStringLiteral("mnuRealtimeNew")},
-        {QStringLiteral("Start"), QStringLiteral("mnuRealtimeStart")},
-        {QStringLiteral("Ldata"), QStringLiteral("mnuDataLoging")},
-        {QStringLiteral("Sdata"), QStringLiteral("mnuDataSave")},
-        {QStringLiteral("Mstart"), QStringLiteral("mnuMoniterStart")},
-        {QStringLiteral("Interval"), QStringLiteral("mnuSetupInterval")},
-        {QStringLiteral("Graph"), QStringLiteral("mnuSetupGraph")},
-        {QStringLiteral("Moniter"), QStringLiteral("mnuViewMoniter")},
-    };
     if (!isToolbarKey(key))
         return;
     if (key == QLatin1String("Moniter")) {
         mnuViewMoniter();
         return;
     }
-    action(menuItemOfKey.value(key))->trigger();
+    action(menuItemOfToolbarKey(key))->trigger();
 }
 
 void frmMain::stopButton()

@@ -2,6 +2,7 @@
 
 #include "UiTestSupport.h"
 
+#include "acquisition/IntervalRules.h"
 #include "acquisition/IntervalSetup.h"
 #include "document/DataDocument.h"
 #include "resources/Constant.h"
@@ -55,31 +56,31 @@ TEST_F(IntervalSetupTest, OneFieldIsCorrectedAndWrittenWithTwoDigits)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
         QString text = QString::fromLatin1(row.text);
-        EXPECT_EQ(CheckTimeField(text, row.minimum, row.maximum), row.valid);
+        EXPECT_EQ(CheckTimeField(text, TimeFieldRange{row.minimum, row.maximum}), row.valid);
         EXPECT_EQ(text, QString::fromLatin1(row.after));
     }
 }
 
 TEST_F(IntervalSetupTest, TheMessageListsEveryRange)
 {
-    EXPECT_EQ(intervalRangeMessage(), RangeMessage);
+    EXPECT_EQ(IntervalRangeMessage(), RangeMessage);
 }
 
 TEST_F(IntervalSetupTest, AZeroIntervalBecomesFiveSeconds)
 {
     TimeTexts interval = times("00", "00", "00", "00");
     TimeTexts period = times("00", "00", "00", "00");
-    EXPECT_FALSE(checkIntervalAndPeriod(interval, true, period));
+    EXPECT_FALSE(CheckIntervalAndPeriod(interval, false, period));
     EXPECT_EQ(interval, times("00", "00", "00", "05"));
     EXPECT_EQ(period, times("00", "00", "00", "00")); // no period: not looked at
-    EXPECT_TRUE(checkIntervalAndPeriod(interval, true, period));
+    EXPECT_TRUE(CheckIntervalAndPeriod(interval, false, period));
 }
 
 TEST_F(IntervalSetupTest, SecondsAboveRangeAreCutWithoutTheFiveSecondRule)
 {
     TimeTexts interval = times("00", "00", "00", "75");
     TimeTexts period;
-    EXPECT_FALSE(checkIntervalAndPeriod(interval, true, period));
+    EXPECT_FALSE(CheckIntervalAndPeriod(interval, false, period));
     EXPECT_EQ(interval, times("00", "00", "00", "59"));
 }
 
@@ -87,7 +88,7 @@ TEST_F(IntervalSetupTest, AZeroPeriodBecomesOneSecond)
 {
     TimeTexts interval = times("0", "0", "0", "5");
     TimeTexts period = times("0", "0", "0", "0");
-    EXPECT_FALSE(checkIntervalAndPeriod(interval, false, period));
+    EXPECT_FALSE(CheckIntervalAndPeriod(interval, true, period));
     EXPECT_EQ(interval, times("00", "00", "00", "05"));
     EXPECT_EQ(period, times("00", "00", "00", "01"));
 }
@@ -96,7 +97,7 @@ TEST_F(IntervalSetupTest, EveryCheckRunsAfterAFailure)
 {
     TimeTexts interval = times("abc", "24", "60", "x");
     TimeTexts period = times("100", "1", "2", "-1");
-    EXPECT_FALSE(checkIntervalAndPeriod(interval, false, period));
+    EXPECT_FALSE(CheckIntervalAndPeriod(interval, true, period));
     EXPECT_EQ(interval, times("00", "23", "59", "00"));
     EXPECT_EQ(period, times("99", "01", "02", "00"));
 }
