@@ -7,7 +7,8 @@
 // Input: byte 0 the CommState; byte 1 the length of LastCommand, then its characters; then
 // operations, each one byte followed by its operands:
 //   op % 8 = 0..3  a piece of text: a length byte, that many bytes; with op >= 0x80 a count
-//                  byte follows and the piece arrives that many times 1024 (a flood)
+//                  byte follows and the piece arrives repeated 1 + count * 1024 times at
+//                  once (a flood; all the text of one input is bounded)
 //   op % 8 = 4     a command is sent: RecvBuffer cleared, the wait begins; a length byte and
 //                  the new command follow
 //   op % 8 = 5     CommState changes to the next byte % 8
@@ -39,7 +40,9 @@
 #include "resources/ProgramState.h"
 #include "resources/ResID.h"
 
+#include <algorithm>
 #include <memory>
+#include <optional>
 
 using namespace quvo;
 using quvo::fuzz::printable;
@@ -294,11 +297,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         case 1:
         case 2:
         case 3: {
-            const QString piece = textOf(in.bytes(in.byte()));
-            int count = 1;
-            if (op >= 0x80)
-                count = 1 + in.byte() * 1024;
-            for (int i = 0; i < count && h.total < MaxTotalText; ++i) {
+            QString piece = textOf(in.bytes(in.byte()));
+            if (op >= 0x80) {
+                // A flood arrives as one long text: the checks after each arrival cost as
+                // much as the buffer is long, so a thousand small arrivals would make each
+                // run take seconds.
+                const qsizetype count = 1 + qsizetype(in.byte()) * 1024;
+                const qsizetype room = std::max<qsizetype>(0, MaxTotalText - h.total);
+                piece = piece.repeated(std::min(count, piece.isEmpty() ? 1 : room / piece.size() + 1));
+            }
+            if (h.total < MaxTotalText) {
                 h.total += piece.size() + 1;
                 h.arrive(piece);
             }
