@@ -100,13 +100,28 @@ class LineReader {
 public:
     explicit LineReader(QFile& file) : m_file(file) {}
 
-    // The next line without its CR LF; false at the end of the file.
+    // The next line without its line end; false at the end of the file. A line ends with
+    // CR LF, a lone LF or a lone CR: a CR left inside a text would make a document that
+    // could not be saved again.
     bool next(QByteArrayView& line)
     {
         for (;;) {
             const char* data = m_buffer.constData();
             const qsizetype size = m_buffer.size();
-            const auto* lf = static_cast<const char*>(std::memchr(data + m_begin, '\n', static_cast<std::size_t>(size - m_begin)));
+            const char* from = data + m_begin;
+            const auto* lf = static_cast<const char*>(std::memchr(from, '\n', static_cast<std::size_t>(size - m_begin)));
+            // The first CR before the LF (or before the end of what is read so far): the
+            // line's CR LF when the LF follows it, a line end of its own when another
+            // character does. A CR last in the buffer waits for the next block (or ends the
+            // last line at the end of the file).
+            const char* stop = lf ? lf : data + size;
+            const auto* cr = static_cast<const char*>(std::memchr(from, '\r', static_cast<std::size_t>(stop - from)));
+            if (cr && cr + 1 < stop) {
+                const qsizetype end = cr - data;
+                take(line, end);
+                m_begin = end + 1;
+                return true;
+            }
             if (lf) {
                 const qsizetype end = lf - data;
                 take(line, end);

@@ -540,3 +540,20 @@ TEST_F(DataFileTest, SavedFileMakesTheDocumentUnchangedWithThePathAsCaption)
     const QStringList left = QDir(m_dir.path()).entryList(QDir::Files | QDir::Hidden);
     EXPECT_EQ(left, QStringList{QStringLiteral("s.CSV")}); // no temporary left beside it
 }
+
+TEST_F(DataFileTest, ALoneCarriageReturnEndsALine)
+{
+    // Line ends CR LF, LF and CR all end a line: the row after the lone CR is a row of its
+    // own, and no text keeps a CR (which would make the document impossible to save).
+    QByteArray bytes = crlf(header("01,0", ",,,", "x"));
+    bytes += "t1,1.5,VDC,1.5\rt2,2.5,VAC,2.5\nt3,3.5,OHM,3.5\r\n\r";
+    const QString file = writeFile(QStringLiteral("cr.CSV"), bytes);
+    auto doc = openedDocument(file);
+    ASSERT_EQ(doc->GetDatacount(), 3);
+    EXPECT_EQ(doc->TextMatrix(1, 3), QStringLiteral("VDC"));
+    EXPECT_EQ(doc->rawText(1), QStringLiteral("1.5"));
+    EXPECT_EQ(doc->TextMatrix(2, 1), QStringLiteral("t2"));
+    EXPECT_EQ(doc->TextMatrix(3, 3), QStringLiteral("OHM"));
+    const QByteArray saved = readFile(savedBy(*doc, QStringLiteral("cr2.CSV")));
+    EXPECT_TRUE(saved.contains("\r\nt1,1.5,VDC,1.5\r\nt2,2.5,VAC,2.5\r\nt3,3.5,OHM,3.5\r\n"));
+}
