@@ -4,7 +4,8 @@
 // Invariants:
 // - either the open succeeds and the document is consistent: at most 32767 readings, a grid
 //   of at least count + 1 rows, MAX/MIN/AVG texts computable; saved again and re-opened it
-//   gives the same table (every cell, every raw text) and the same statistics texts; except
+//   gives the same table (every cell, every raw text; row numbers up to the last reading)
+//   and the same statistics texts; except
 //   that a document without statistics by unit is saved with a first line ("2,0") that the
 //   reader refuses with "This file is a different data type." (only "2" reads back so),
 //   and a SAVE-mode document reads every written row back as a reading (empty slots);
@@ -93,13 +94,16 @@ QStringList statisticsTexts(DataDocument& doc, const QString& what)
     }
 }
 
-// The table as read: every cell and raw text.
+// The table as read: every cell and raw text, the row numbers of the readings. The number
+// of a row after the last reading is not compared: a file's blank rows are numbered as
+// they are met and its trailing empty rows are saved as blank rows, so after a save they
+// are numbered where the first reading had left rows unnumbered.
 QStringList tableOf(const DataDocument& doc)
 {
     QStringList cells;
     for (int row = 1; row < doc.Rows(); ++row) {
-        cells << doc.TextMatrix(row, 0) << doc.TextMatrix(row, 1) << doc.TextMatrix(row, 2) << doc.TextMatrix(row, 3)
-              << doc.rawText(row);
+        cells << (row <= doc.GetDatacount() ? doc.TextMatrix(row, 0) : QString()) << doc.TextMatrix(row, 1)
+              << doc.TextMatrix(row, 2) << doc.TextMatrix(row, 3) << doc.rawText(row);
     }
     return cells;
 }
