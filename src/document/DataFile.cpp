@@ -274,8 +274,17 @@ QByteArray DataDocument::dataFileBytes()
     Latin1Writer out;
     out.reserve(qsizetype(d->rows) * 40 + 512);
 
-    // 1: kind, "1" with statistics by unit, ",", the mode code.
-    out.line({QString::number(d->kind) + (d->statsByUnit == 1 ? QStringLiteral("1") : QString()), d->modelCopy});
+    // 1: kind, "1" with statistics by unit, ",", the mode code. The code is the line's last
+    // character and is read back as that, so a "," there (the one character a data file's
+    // first line or a meter's "RM" answer can give that a field cannot hold) is written as it
+    // is rather than making the document impossible to save.
+    out.field(QString::number(d->kind) + (d->statsByUnit == 1 ? QStringLiteral("1") : QString()));
+    out.comma();
+    if (d->modelCopy == QLatin1String(","))
+        out.comma();
+    else
+        out.field(d->modelCopy);
+    out.endLine();
     // 2: window size of the normal state and 0 normal / 2 maximized.
     out.line({shortestSingleText(d->windowWidth), shortestSingleText(d->windowHeight),
               d->windowState == 2 ? QStringLiteral("2") : QStringLiteral("0")});

@@ -263,6 +263,24 @@ TEST_F(DataFileTest, MeterModelIsTheLastCharacterOfTheKindLine)
     EXPECT_EQ(doc->TextMatrix(20, 0), QStringLiteral("19"));
 }
 
+TEST_F(DataFileTest, ACommaAsTheModelCodeIsSavedAndReadBack)
+{
+    // "01,5E+6," holds a ",": the model code is its last character, the comma. Numerically
+    // it is 0, so the rows are numbered from 1. The document saves with the same first line
+    // ending in the comma, which reads back as the same model.
+    QByteArray bytes = crlf(header("01,5E+6,", ",,,", "x") + QStringList{"00:00:00,1.5,VDC,1.5"});
+    const QString file = writeFile(QStringLiteral("comma.CSV"), bytes);
+    auto doc = openedDocument(file);
+    EXPECT_EQ(programState().MeterModel, QStringLiteral(","));
+    EXPECT_EQ(doc->TextMatrix(1, 0), QStringLiteral("1"));
+    const QByteArray saved = readFile(savedBy(*doc, QStringLiteral("comma2.CSV")));
+    EXPECT_TRUE(saved.startsWith("01,,\r\n")) << saved.left(10).toStdString();
+    programState().MeterModel.clear();
+    auto again = openedDocument(path(QStringLiteral("comma2.CSV")));
+    EXPECT_EQ(programState().MeterModel, QStringLiteral(","));
+    EXPECT_EQ(again->GetDatacount(), 1);
+}
+
 TEST_F(DataFileTest, LoggingIntervalLineGivesOnlyTheSeconds)
 {
     const QString with = writeFile(QStringLiteral("li.CSV"), crlf(header("01,0", "9,9,9,0030", "x")));
