@@ -10,7 +10,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   clang libclang-rt-14-dev
   xvfb xauth socat python3-openpyxl locales fonts-dejavu-core
-  librsvg2-bin desktop-file-utils appstream
+  librsvg2-bin desktop-file-utils appstream file groff-base
 )
 
 missing=()

@@ -58,7 +58,7 @@ QString forwardErrorText()
 // --- Set-up ---------------------------------------------------------------------------------------
 
 Realtime::Realtime(Comm& comm, CommandHost& host, QObject* parent)
-    : QObject(parent), m_comm(comm), m_host(host)
+    : QObject(parent), m_comm(comm), m_host(host), m_documentLimit(MaxReadings)
 {
     setObjectName(QStringLiteral("Realtime"));
     tmRealtime.setObjectName(QStringLiteral("tmRealtime"));
@@ -95,6 +95,16 @@ void Realtime::setAutomaticTicks(bool on)
 void Realtime::setJournalFolder(const QString& folder)
 {
     m_journalFolder = folder;
+}
+
+void Realtime::setDocumentFullHandler(std::function<DataDocument*(DataDocument& full)> handler)
+{
+    m_fullHandler = std::move(handler);
+}
+
+void Realtime::setDocumentLimit(int readings)
+{
+    m_documentLimit = qBound(1, readings, static_cast<int>(MaxReadings));
 }
 
 QDateTime Realtime::now() const
@@ -220,7 +230,7 @@ void Realtime::mnuRealtimeStart()
     s.RealtimeDoc = document;
     if (!document || document->kind() != DataKinds::Realtime)
         return;
-    if (document->GetDatacount() == MaxReadings)
+    if (document->GetDatacount() >= m_documentLimit)
         return; // full: nothing to record into
 
     // Every second of the recording divides by the interval: a document whose interval is
@@ -293,12 +303,12 @@ void Realtime::IniRealtimeProgress()
     const int held = document.GetDatacount();
     if (!document.GetPeriodnone()) {
         const std::int64_t samples = document.GetPeriodcount() / document.GetIntervalcount() + 1;
-        if (held + samples < MaxReadings + 1) {
+        if (held + samples < m_documentLimit + 1) {
             document.IniProgress(static_cast<std::int16_t>(samples));
             return;
         }
     }
-    document.IniProgress(static_cast<std::int16_t>(MaxReadings - held));
+    document.IniProgress(static_cast<std::int16_t>(qMax(0, m_documentLimit - held)));
 }
 
 void Realtime::StartRealtime()
@@ -461,7 +471,28 @@ bool Realtime::AdvanceRealtimeCount()
     ++m_secondCount;
     if (!document.GetPeriodnone() && m_secondCount > document.GetPeriodcount())
         return false;
-    return document.GetDatacount() != MaxReadings;
+    if (document.GetDatacount() < m_documentLimit)
+        return true;
+    return continueInNewDocument();
+}
+
+bool Realtime::continueInNewDocument()
+{
+    if (!m_fullHandler)
+        return false;
+    ProgramState& s = programState();
+    DataDocument* full = s.RealtimeDoc;
+    finishJournal(); // the handler releases or keeps it once it knows whether the save worked
+    DataDocument* next = m_fullHandler(*full);
+    if (!next || next == full)
+        return false;
+    s.RealtimeDoc = next;
+    if (s.CurrentDoc == full)
+        s.CurrentDoc = next;
+    next->CancelXauto();
+    IniRealtimeProgress();
+    beginJournal(*next);
+    return true;
 }
 
 bool Realtime::RecordRealtimeSample(const QString& answer)

@@ -40,6 +40,7 @@
 #include <QTimer>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -121,6 +122,19 @@ public:
     void setAutomaticTicks(bool on);
     // The folder for recording journals; empty (the default) records without a journal.
     void setJournalFolder(const QString& folder);
+    // What a recording does when its document is full. Without a handler (the default) the
+    // recording ends there. With one, the handler is given the full document right after
+    // its last row was recorded and returns the realtime document the recording goes on
+    // in (a new, empty one with the same interval and period), or null to end the
+    // recording. The next sample goes into the new document with the next time label, so
+    // the recording goes on without a gap; a period counts from the recording's start.
+    // The full document's journal is closed before the handler runs: the handler calls
+    // releaseJournal(full) once the document is saved, keepJournal(full) when it could not
+    // be. The new document gets a journal of its own.
+    void setDocumentFullHandler(std::function<DataDocument*(DataDocument& full)> handler);
+    // How many readings make a document full: MaxReadings unless set lower (1 at least).
+    void setDocumentLimit(int readings);
+    int documentLimit() const { return m_documentLimit; }
 
     // --- Menu commands -------------------------------------------------------------------
     void mnuRealtimeNew();
@@ -201,6 +215,7 @@ private:
     void journalRow(const QString& label, const QString& display, const QString& unit, bool valid,
                     const QString& numeric);
     void dropJournal(const QString& reason);
+    bool continueInNewDocument();
 
     Comm& m_comm;
     CommandHost& m_host;
@@ -220,6 +235,9 @@ private:
     bool m_displayOnly = false;
     RealtimeEnd m_lastEnd = RealtimeEnd::None;
     RealtimeEnd m_pendingEnd = RealtimeEnd::None; // why the stop now under way happens
+
+    std::function<DataDocument*(DataDocument&)> m_fullHandler;
+    int m_documentLimit;
 
     QString m_journalFolder;
     RecordingJournal* m_journal = nullptr; // the running recording's journal (owned by m_journals)

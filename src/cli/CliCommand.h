@@ -37,5 +37,7 @@ int runRecord(const QStringList& arguments);
 int runDownload(const QStringList& arguments);
 int runRecover(const QStringList& arguments);
 int runForward(const QStringList& arguments);
+int runDecode(const QStringList& arguments);
+int runSimulate(const QStringList& arguments);
 
 } // namespace quvo::cli

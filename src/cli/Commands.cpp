@@ -7,18 +7,25 @@ namespace quvo::cli {
 const std::vector<CliCommand>& cliCommands()
 {
     static const std::vector<CliCommand> commands = {
-        {QStringLiteral("stats"), QStringLiteral("stats FILE"),
-         QStringLiteral("Print MAX, MIN, AVG and the reading count of a data file."), runStats},
         {QStringLiteral("info"), QStringLiteral("info"), QStringLiteral("Print the meter's model."), runInfo},
         {QStringLiteral("monitor"), QStringLiteral("monitor [--count N]"),
          QStringLiteral("Print the meter's reading once a second."), runMonitor},
-        {QStringLiteral("record"), QStringLiteral("record --interval T [--period T] --out FILE"),
-         QStringLiteral("Record readings at an interval into a data file."), runRecord},
-        {QStringLiteral("download"), QStringLiteral("download logging|save --out FILE"),
-         QStringLiteral("Read the meter's LOGGING or SAVE memory into a data file."), runDownload},
+        {QStringLiteral("record"),
+         QStringLiteral("record --interval T [--period T] --out FILE [--continue] [--xlsx NEW | --into OLD]"),
+         QStringLiteral("Record readings at an interval into a data file (and a workbook)."), runRecord},
+        {QStringLiteral("download"), QStringLiteral("download logging|save --out FILE [--xlsx NEW | --into OLD]"),
+         QStringLiteral("Read the meter's LOGGING or SAVE memory into a data file (and a workbook)."), runDownload},
         {QStringLiteral("recover"), QStringLiteral("recover --out FILE"),
          QStringLiteral("Restore a recording interrupted by a crash into a data file."), runRecover},
-        {QStringLiteral("forward"), QStringLiteral("forward FILE"), QStringLiteral("Forward a data file to a workbook (.xlsx)."), runForward},
+        {QStringLiteral("stats"), QStringLiteral("stats FILE"),
+         QStringLiteral("Print MAX, MIN, AVG and the reading count of a data file."), runStats},
+        {QStringLiteral("forward"), QStringLiteral("forward FILE (--xlsx NEW | --into OLD) [--title TEXT]"),
+         QStringLiteral("Forward a data file to a workbook (.xlsx)."), runForward},
+        {QStringLiteral("decode"), QStringLiteral("decode LINE..."),
+         QStringLiteral("Show how an answer line of the meter is read (Monitor text, DATA, MODE)."), runDecode},
+        {QStringLiteral("simulate"), QStringLiteral("simulate [options]"),
+         QStringLiteral("Run a simulated meter and print its device path, to try Quvolink without a meter."),
+         runSimulate},
     };
     return commands;
 }

@@ -97,6 +97,12 @@ bool ForwardOptions::apply(XlsxSettings& settings, QString& error) const
         }
         settings.newWorkbookLocation = m_path;
         settings.replaceNamedFile = m_force;
+    } else if (!QFileInfo(m_path).isFile()) {
+        // Said before anything else happens, rather than after a recording or a download.
+        error = QStringLiteral("The workbook \"%1\" cannot be found. --into adds a sheet to an existing "
+                               "workbook; --xlsx makes a new one.")
+                    .arg(shown);
+        return false;
     }
     settings.openFile = nullptr; // never handed to a desktop program from the command line
 

@@ -60,7 +60,7 @@ public:
     // and the writer's settings: a new workbook at exactly the path given (replacing a file
     // there only with --force), never opened on the desktop. False with the reason in
     // `error` when the new workbook's place is refused (a folder, an existing file without
-    // --force, a folder that does not exist).
+    // --force, a folder that does not exist) or the workbook for --into is not there.
     bool apply(XlsxSettings& settings, QString& error) const;
 
     // The options' lines for a command's help text.

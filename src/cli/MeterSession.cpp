@@ -124,14 +124,15 @@ struct MeterSession::Simulator {
 struct MeterSession::Simulator {};
 #endif
 
-// The link's only message is a port that cannot be opened, in the system's words; on the
-// command line it names the port as well.
+// The link's only message is a port that cannot be opened: the system's reason and, for a
+// port that is missing or not allowed, what to do (the same text the desktop program shows).
+// On the command line it starts by naming the port.
 class MeterSession::PortPrompter : public Prompter {
 public:
     const Comm* comm = nullptr;
     PromptAnswer message(const QString& text, PromptButtons, PromptIcon, PromptAnswer defaultAnswer) override
     {
-        printMessage(comm ? QStringLiteral("%1: %2").arg(comm->portName(), text) : text);
+        printMessage(comm ? QStringLiteral("The port %1 cannot be opened: %2").arg(comm->portName(), text) : text);
         return defaultAnswer;
     }
     QString chooseFile(const FileDialogRequest&) override { return {}; }

@@ -2,22 +2,49 @@
 // new realtime document, printed row by row and saved as a data file when it ends (period
 // over, document full, Ctrl+C, or a lost port). The recording journal protects it against a
 // crash; after a normal end and a successful save the journal is removed.
+//
+// With --continue a full document does not end the recording: it is saved, and the
+// recording goes on in a new document saved under the next file name (RecordingFiles.h).
+// With --xlsx or --into the rows are also forwarded to a workbook as they come, written when
+// the recording ends.
+
+#include "cli/RecordingFiles.h"
 
 #include "acquisition/HeadlessHost.h"
 #include "acquisition/IntervalRules.h"
 #include "acquisition/Realtime.h"
 #include "cli/CliCommand.h"
+#include "cli/ForwardOptions.h"
 #include "cli/MeterSession.h"
 #include "cli/SignalWatcher.h"
 #include "document/DataDocument.h"
+#include "forward/Forward.h"
+#include "forward/XlsxBackend.h"
 #include "link/Comm.h"
 #include "resources/Constant.h"
 #include "resources/EventWait.h"
 #include "resources/ProgramState.h"
 
 #include <QCommandLineParser>
+#include <QDir>
+#include <QFileInfo>
+
+#include <memory>
+#include <optional>
 
 namespace quvo::cli {
+
+QString recordingFileName(const QString& path, int number)
+{
+    if (number <= 1)
+        return path;
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    const qsizetype nameStart = slash + 1;
+    const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
+    const bool hasExtension = dot > nameStart; // a name that starts with its only "." has none
+    const qsizetype stemEnd = hasExtension ? dot : path.size();
+    return path.left(stemEnd) + QStringLiteral("-%1").arg(number, 4, 10, QLatin1Char('0')) + path.mid(stemEnd);
+}
 
 namespace {
 
@@ -25,35 +52,63 @@ QString recordHelp()
 {
     return QStringLiteral(
                "Usage: quvolink-cli [options] record --interval T [--period T] --out FILE.csv\n"
+               "                    [--continue] [--xlsx NEW.xlsx | --into EXISTING.xlsx] [--title TEXT]\n"
                "\n"
                "Records the meter's reading every T seconds into a new realtime document, prints\n"
                "each recorded row (time, value and unit, separated by tabs) and saves the document\n"
                "as the data file FILE.csv when the recording ends: when the period is over, when\n"
                "the document is full (32767 readings), on Ctrl+C (at the next second) or when the\n"
                "port is lost. The meter is asked every second; a missed sample is recorded as\n"
-               "ERROR.\n"
+               "ERROR. An existing FILE.csv is replaced.\n"
                "\n"
                "While recording, every row is also written to a recording journal in the program\n"
-               "folder. Should the program end without saving (a crash, a power cut), \n"
+               "folder. Should the program end without saving (a crash, a power cut),\n"
                "'quvolink-cli recover --out FILE.csv' restores the recording.\n"
                "\n"
                "Options:\n"
                "  --interval T  time between samples\n"
                "  --period T    how long to record; without it, until Ctrl+C\n"
                "  --out FILE    the data file to write\n"
+               "  --continue    when the document is full, save it and go on in a new data file,\n"
+               "                so that a recording can run for weeks: FILE.csv, then FILE-0002.csv,\n"
+               "                FILE-0003.csv, ... (\"-\" and the file's number, at least four digits,\n"
+               "                before the extension; without an extension at the end: FILE-0002).\n"
+               "                Each file is complete on its own and saved as soon as it is full; the\n"
+               "                next file's first row is the next sample. A period counts from the\n"
+               "                start of the recording. A note on stderr names each file saved.\n"
                "T is a number of seconds (90) or days, hours, minutes and seconds as DD:HH:MM:SS\n"
                "(00:00:01:30); days 0-99, hours 0-23, minutes 0-59, seconds 0-59, not zero.\n"
-               "\n")
+               "\n"
+               "Forwarding (not together with --continue): each row also goes to a new sheet of a\n"
+               "workbook as it is recorded; the workbook, with the table's frame, MAX, MIN, AVG and\n"
+               "the chart, is written when the recording ends and its path is printed on stderr.\n")
+        + ForwardOptions::helpLines()
+        + QStringLiteral("\n")
         + QString::fromLatin1(GlobalOptionsHelp)
         + QStringLiteral("\n"
-                         "Exit codes: 0 recorded and saved, 1 the recording or the save failed (message on\n"
-                         "stderr; the rows recorded so far are saved when possible), 2 wrong arguments.\n"
+                         "Exit codes: 0 recorded and saved, 1 the recording, the save or the workbook failed\n"
+                         "(message on stderr; the rows recorded so far are saved when possible), 2 wrong\n"
+                         "arguments.\n"
                          "\n"
                          "Example:\n"
                          "  quvolink-cli record --interval 5 --period 00:00:01:00 --out bench.csv\n"
                          "  12:00:01\t1.234\tVDC\n"
-                         "  12:00:06\t1.236\tVDC\n");
+                         "  12:00:06\t1.236\tVDC\n"
+                         "  quvolink-cli --port /dev/ttyUSB0 record --interval 1 --continue --out week.csv\n"
+                         "  quvolink-cli record --interval 10 --period 3600 --out hour.csv --xlsx hour.xlsx --title \"Bench supply\"\n");
 }
+
+// "1 reading", "2 readings".
+QString readingsText(int count)
+{
+    return count == 1 ? QStringLiteral("1 reading") : QStringLiteral("%1 readings").arg(count);
+}
+
+// Forwarding of the rows to a workbook: the engine on an .xlsx connector.
+struct RealtimeWorkbook {
+    Forward engine;
+    std::unique_ptr<XlsxConnector> connector;
+};
 
 } // namespace
 
@@ -66,15 +121,44 @@ int runRecord(const QStringList& arguments)
     const QCommandLineOption periodOption(QStringLiteral("period"), QStringLiteral("How long to record."),
                                           QStringLiteral("T"));
     const QCommandLineOption outOption(QStringLiteral("out"), QStringLiteral("The data file."), QStringLiteral("FILE"));
-    parser.addOptions({intervalOption, periodOption, outOption});
+    const QCommandLineOption continueOption(QStringLiteral("continue"),
+                                            QStringLiteral("Go on in a new data file when the document is full."));
+    // How many readings fill a document, lower than the real 32767 so that tests cross the
+    // boundary in seconds. Not in the help.
+    QCommandLineOption limitOption(QStringLiteral("document-limit"), QStringLiteral("Readings per document."),
+                                   QStringLiteral("N"));
+    limitOption.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOptions({intervalOption, periodOption, outOption, continueOption, limitOption});
+    ForwardOptions forwarding;
+    forwarding.addTo(parser);
     if (const auto exitCode = parseCommand(parser, QStringLiteral("record"), arguments, help))
         return *exitCode;
     if (!parser.positionalArguments().isEmpty())
-        return usageError(QStringLiteral("record takes no arguments besides its options."), help);
+        return usageError(QStringLiteral("record takes no arguments besides its options: \"%1\".")
+                              .arg(parser.positionalArguments().constFirst()),
+                          help);
     if (!parser.isSet(intervalOption))
-        return usageError(QStringLiteral("--interval is needed."), help);
+        return usageError(QStringLiteral("--interval is needed: the time between samples, such as --interval 5."), help);
     if (!parser.isSet(outOption) || parser.value(outOption).isEmpty())
-        return usageError(QStringLiteral("--out is needed."), help);
+        return usageError(QStringLiteral("--out is needed: the data file to write, such as --out bench.csv."), help);
+    QString error;
+    if (!forwarding.read(parser, ForwardOptions::Need::Optional, error))
+        return usageError(error, help);
+    const bool continueRecording = parser.isSet(continueOption);
+    if (continueRecording && forwarding.wanted())
+        return usageError(QStringLiteral("--continue cannot be combined with --xlsx or --into: a workbook takes one "
+                                         "document. Forward each data file afterwards with 'quvolink-cli forward'."),
+                          help);
+    int documentLimit = MaxReadings;
+    if (parser.isSet(limitOption)) {
+        bool ok = false;
+        documentLimit = parser.value(limitOption).toInt(&ok);
+        if (!ok || documentLimit < 1 || documentLimit > MaxReadings)
+            return usageError(QStringLiteral("--document-limit: \"%1\" is not a number of readings from 1 to %2.")
+                                  .arg(parser.value(limitOption))
+                                  .arg(MaxReadings),
+                              help);
+    }
 
     // The Interval and period dialog's rules and message.
     TimeTexts interval;
@@ -90,7 +174,6 @@ int runRecord(const QStringList& arguments)
     const QString outPath = parser.value(outOption);
 
     MeterSession session;
-    QString error;
     if (!session.start(&error)) {
         printMessage(error);
         return ExitFailed;
@@ -98,10 +181,69 @@ int runRecord(const QStringList& arguments)
     HeadlessHost& host = session.host();
     Realtime realtime(session.comm(), host);
     realtime.setJournalFolder(session.programFolder());
+    realtime.setDocumentLimit(documentLimit);
 
+    const auto setUp = [&](DataDocument& document) {
+        document.SetInterval(interval.days, interval.hours, interval.minutes, interval.seconds);
+        document.SetPeriod(!customPeriod, period.days, period.hours, period.minutes, period.seconds);
+    };
     DataDocument* document = host.newDocument(DataKinds::Realtime);
-    document->SetInterval(interval.days, interval.hours, interval.minutes, interval.seconds);
-    document->SetPeriod(!customPeriod, period.days, period.hours, period.minutes, period.seconds);
+    setUp(*document);
+
+    std::optional<RealtimeWorkbook> workbook;
+    if (forwarding.wanted()) {
+        XlsxSettings settings;
+        if (!forwarding.apply(settings, error)) {
+            printMessage(error);
+            return ExitFailed;
+        }
+        workbook.emplace();
+        settings.reportFailure = workbook->engine.handBackFailureReporter();
+        workbook->connector = std::make_unique<XlsxConnector>(settings);
+        workbook->engine.setConnector(workbook->connector.get());
+        workbook->engine.setPrompter(&host.prompter());
+        // The question "forward?" is answered Yes and the Forward dialog counts as confirmed.
+        host.setRealtimeForwarder(&workbook->engine);
+        host.setForwardConfirmed(true);
+        host.setQuestionAnswer(PromptAnswer::Yes);
+    }
+
+    // --continue: a full document is saved and the recording goes on in a new one. Only the
+    // document being recorded and the one before it are kept in memory.
+    int fileNumber = 1;
+    bool continuationFailed = false;
+    std::unique_ptr<DataDocument> current;
+    std::unique_ptr<DataDocument> previous;
+    struct ForgetDocuments {
+        ~ForgetDocuments()
+        {
+            programState().RealtimeDoc = nullptr;
+            programState().CurrentDoc = nullptr;
+        }
+    } forgetDocuments; // before the documents above go
+    if (continueRecording) {
+        realtime.setDocumentFullHandler([&](DataDocument& full) -> DataDocument* {
+            const QString path = recordingFileName(outPath, fileNumber);
+            if (!full.SaveFile(path)) {
+                continuationFailed = true; // the reason is on stderr; the recording ends here
+                return nullptr;
+            }
+            realtime.releaseJournal(&full);
+            ++fileNumber;
+            auto next = std::make_unique<DataDocument>();
+            next->setPrompter(&host.prompter());
+            next->OpenNew(DataKinds::Realtime);
+            setUp(*next);
+            printMessage(QStringLiteral("%1 saved in %2; the recording goes on in %3.")
+                             .arg(readingsText(full.GetDatacount()))
+                             .arg(QDir::toNativeSeparators(path),
+                                  QDir::toNativeSeparators(recordingFileName(outPath, fileNumber))));
+            previous = std::move(current);
+            current = std::move(next);
+            document = current.get();
+            return document;
+        });
+    }
 
     QObject::connect(&realtime, &Realtime::sampleRecorded, [](const QString& label, const QString& value, const QString& unit) {
         printOut(label + QLatin1Char('\t') + value + QLatin1Char('\t') + unit + QLatin1Char('\n'));
@@ -109,30 +251,72 @@ int runRecord(const QStringList& arguments)
     SignalWatcher watcher;
     QObject::connect(&watcher, &SignalWatcher::interrupted, &realtime, [&realtime] { realtime.mnuRealtimeStop(); });
 
-    realtime.mnuRealtimeStart(); // no forwarding: the question is answered No
+    const int messagesBefore = static_cast<int>(host.messages().size());
+    realtime.mnuRealtimeStart(); // "forward?" is answered No unless a workbook was named
     waitUntil([] { return programState().CommState == CommStates::Idle; });
 
     const RealtimeEnd end = realtime.lastEnd();
     if (end == RealtimeEnd::None)
         return ExitFailed; // the port did not open (message on stderr)
-    if (end == RealtimeEnd::StartFailed && document->GetDatacount() == 0) {
+    if ((end == RealtimeEnd::StartFailed || end == RealtimeEnd::ForwardAbandoned) && document->GetDatacount() == 0) {
         if (watcher.count() > 0)
             return ExitOk; // Ctrl+C before the recording began: nothing to save
-        printMessage(QStringLiteral("The recording could not be started."));
+        if (end == RealtimeEnd::StartFailed)
+            printMessage(QStringLiteral("The recording could not be started: the meter did not answer. Is it "
+                                        "switched on and connected to %1?")
+                             .arg(session.comm().portName()));
+        else
+            printMessage(QStringLiteral("The recording was not started: forwarding to the workbook could not begin."));
         return ExitFailed;
     }
 
-    if (!document->SaveFile(outPath)) {
-        // The reason and the path are on stderr; the journal keeps the rows.
-        const QString journal = realtime.journalPath(document);
-        realtime.keepJournal(document);
-        if (!journal.isEmpty())
-            printMessage(QStringLiteral("The recording is kept in %1; 'quvolink-cli recover --out FILE.csv' restores it.")
-                             .arg(journal));
-        return ExitFailed;
+    // The workbook is written when the recording ends; say where it went, or why not.
+    bool workbookFailed = false;
+    if (workbook) {
+        const QStringList written = workbook->connector->writtenFiles();
+        for (const QString& path : written)
+            printMessage(QStringLiteral("The workbook %1 was written.").arg(QDir::toNativeSeparators(path)));
+        const bool messageShown = host.messages().size() > messagesBefore;
+        if (written.isEmpty() && document->GetDatacount() > 0) {
+            workbookFailed = true;
+            if (!host.statusMessage().isEmpty())
+                printMessage(host.statusMessage());
+            else if (!messageShown)
+                printMessage(QStringLiteral("No workbook was written."));
+        } else if (!host.statusMessage().isEmpty()) {
+            workbookFailed = true; // forwarding stopped on the way
+            printMessage(host.statusMessage());
+        }
+    } else if (!host.statusMessage().isEmpty()) {
+        printMessage(host.statusMessage()); // e.g. the journal could not be written
     }
-    realtime.releaseJournal(document);
-    return end == RealtimeEnd::PortLost || end == RealtimeEnd::Failed ? ExitFailed : ExitOk;
+
+    if (fileNumber > 1 && document->GetDatacount() == 0) {
+        // Stopped right after a full document was saved: the new one holds nothing.
+        realtime.releaseJournal(document);
+    } else {
+        const QString path = recordingFileName(outPath, fileNumber);
+        if (!document->SaveFile(path)) {
+            // The reason and the path are on stderr; the journal keeps the rows.
+            const QString journal = realtime.journalPath(document);
+            realtime.keepJournal(document);
+            if (!journal.isEmpty())
+                printMessage(QStringLiteral("The recording is kept in %1; 'quvolink-cli recover --out FILE.csv' restores "
+                                            "it.")
+                                 .arg(journal));
+            return ExitFailed;
+        }
+        realtime.releaseJournal(document);
+        if (fileNumber > 1)
+            printMessage(QStringLiteral("%1 saved in %2.")
+                             .arg(readingsText(document->GetDatacount()))
+                             .arg(QDir::toNativeSeparators(path)));
+    }
+    if (continuationFailed || workbookFailed)
+        return ExitFailed;
+    return end == RealtimeEnd::PortLost || end == RealtimeEnd::Failed || end == RealtimeEnd::ForwardAbandoned
+        ? ExitFailed
+        : ExitOk;
 }
 
 } // namespace quvo::cli

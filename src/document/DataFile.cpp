@@ -95,92 +95,89 @@ namespace {
 // data type."
 struct Refused {};
 
-// Lines of a file, read in large blocks; a line is valid until the next call.
+// The lines of a file's content, one after the other.
 class LineReader {
 public:
-    explicit LineReader(QFile& file) : m_file(file) {}
+    explicit LineReader(QByteArrayView content) : m_content(content) {}
 
-    // The next line without its line end; false at the end of the file. A line ends with
+    // The next line without its line end; false at the end of the content. A line ends with
     // CR LF, a lone LF or a lone CR: a CR left inside a text would make a document that
     // could not be saved again.
     bool next(QByteArrayView& line)
     {
-        for (;;) {
-            const char* data = m_buffer.constData();
-            const qsizetype size = m_buffer.size();
-            const char* from = data + m_begin;
-            const auto* lf = static_cast<const char*>(std::memchr(from, '\n', static_cast<std::size_t>(size - m_begin)));
-            // The first CR before the LF (or before the end of what is read so far): the
-            // line's CR LF when the LF follows it, a line end of its own when another
-            // character does. A CR last in the buffer waits for the next block (or ends the
-            // last line at the end of the file).
-            const char* stop = lf ? lf : data + size;
-            const auto* cr = static_cast<const char*>(std::memchr(from, '\r', static_cast<std::size_t>(stop - from)));
-            if (cr && cr + 1 < stop) {
-                const qsizetype end = cr - data;
-                take(line, end);
-                m_begin = end + 1;
-                return true;
-            }
-            if (lf) {
-                const qsizetype end = lf - data;
-                take(line, end);
-                m_begin = end + 1;
-                return true;
-            }
-            if (size - m_begin > DataFileMaxLineLength + 1)
-                throw tooLong(m_number + 1);
-            if (m_atEnd) {
-                if (m_begin == size)
-                    return false;
-                take(line, size); // the last line may lack its CR LF
-                m_begin = size;
-                return true;
-            }
-            fill();
-        }
+        const qsizetype size = m_content.size();
+        if (m_begin >= size)
+            return false;
+        const char* data = m_content.data();
+        const char* from = data + m_begin;
+        const auto* lf = static_cast<const char*>(std::memchr(from, '\n', static_cast<std::size_t>(size - m_begin)));
+        const char* stop = lf ? lf : data + size;
+        // The first CR before the LF (or the end): the line's CR LF when the LF follows it,
+        // a line end of its own when another character does.
+        const auto* cr = static_cast<const char*>(std::memchr(from, '\r', static_cast<std::size_t>(stop - from)));
+        const qsizetype end = cr && cr + 1 < stop ? cr - data : lf ? lf - data : size; // the last line may lack its CR LF
+        take(line, end);
+        m_begin = end + 1;
+        return true;
     }
 
     int lineNumber() const { return m_number; }
 
 private:
-    static RuntimeError tooLong(int number)
-    {
-        return RuntimeError(
-            QStringLiteral("Line %1 is longer than %2 characters.").arg(number).arg(DataFileMaxLineLength));
-    }
-
     void take(QByteArrayView& line, qsizetype end)
     {
         qsizetype length = end - m_begin;
-        if (length > 0 && m_buffer.at(end - 1) == '\r')
+        if (length > 0 && m_content[end - 1] == '\r')
             --length;
         ++m_number;
         if (length > DataFileMaxLineLength)
-            throw tooLong(m_number);
-        line = QByteArrayView(m_buffer.constData() + m_begin, length);
+            throw RuntimeError(QStringLiteral("Line %1 is longer than %2 characters.")
+                                   .arg(m_number)
+                                   .arg(DataFileMaxLineLength));
+        line = m_content.sliced(m_begin, length);
     }
 
-    void fill()
-    {
-        constexpr qsizetype Block = 256 * 1024;
-        m_buffer.remove(0, m_begin);
-        m_begin = 0;
-        const qsizetype kept = m_buffer.size();
-        m_buffer.resize(kept + Block);
-        const qint64 n = m_file.read(m_buffer.data() + kept, Block);
-        if (n < 0)
-            throw RuntimeError(QStringLiteral("The file cannot be read: %1").arg(m_file.errorString()));
-        m_buffer.resize(kept + n);
-        if (n == 0)
-            m_atEnd = true;
-    }
-
-    QFile& m_file;
-    QByteArray m_buffer;
+    QByteArrayView m_content;
     qsizetype m_begin = 0;
-    bool m_atEnd = false;
     int m_number = 0;
+};
+
+// A file's whole content: mapped into memory where the system allows, read otherwise.
+class FileContent {
+public:
+    explicit FileContent(QFile& file) : m_file(file)
+    {
+        const qint64 size = file.size();
+        if (size > DataFileMaxBytes)
+            throw RuntimeError(QStringLiteral("The file is too large to be a data file (more than %1 bytes).")
+                                   .arg(DataFileMaxBytes));
+        if (size > 0) {
+            if (uchar* mapped = file.map(0, size)) {
+                m_mapped = mapped;
+                m_view = QByteArrayView(reinterpret_cast<const char*>(mapped), size);
+                return;
+            }
+        }
+        m_read = file.readAll();
+        if (file.error() != QFileDevice::NoError)
+            throw RuntimeError(QStringLiteral("The file cannot be read: %1").arg(file.errorString()));
+        m_view = m_read;
+    }
+    FileContent(const FileContent&) = delete;
+    FileContent& operator=(const FileContent&) = delete;
+    ~FileContent()
+    {
+        if (m_mapped)
+            m_file.unmap(m_mapped);
+    }
+
+    QByteArrayView view() const { return m_view; }
+
+private:
+    QFile& m_file;
+    uchar* m_mapped = nullptr;
+    QByteArray m_read;
+    QByteArrayView m_view;
 };
 
 // Latin-1 bytes widened to UTF-16 in a buffer that is reused line after line.
@@ -385,7 +382,8 @@ void DataDocument::readDataFile(const QString& path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         throw RuntimeError(QStringLiteral("The file cannot be opened: %1").arg(file.errorString()));
-    LineReader reader(file);
+    const FileContent content(file);
+    LineReader reader(content.view());
     Widener widen;
     QByteArrayView bytes;
     const auto header = [&](int number) -> QStringView {

@@ -244,9 +244,12 @@ void copyFileLimited(const QString& source, const QString& target, qint64 maxByt
     if (!failure.isEmpty())
         throw cannotWrite(target, failure);
     QFile out(target);
-    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    // Opened without truncating and cut to length at the end: on ext4 a file truncated to
+    // nothing and written again is flushed when it is closed, which would double the time
+    // of the copy for a work file that is deleted right after it is read.
+    if (!out.open(QIODevice::ReadWrite))
         throw cannotWrite(target, out.errorString());
-    QByteArray chunk(64 * 1024, Qt::Uninitialized);
+    QByteArray chunk(256 * 1024, Qt::Uninitialized);
     qint64 total = 0;
     for (;;) {
         const qint64 n = in.read(chunk.data(), chunk.size());
@@ -260,6 +263,8 @@ void copyFileLimited(const QString& source, const QString& target, qint64 maxByt
         if (out.write(chunk.constData(), n) != n)
             throw cannotWrite(target, out.errorString());
     }
+    if (out.size() != total && !out.resize(total))
+        throw cannotWrite(target, out.errorString());
     out.close();
     if (out.error() != QFileDevice::NoError)
         throw cannotWrite(target, out.errorString());

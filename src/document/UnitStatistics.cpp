@@ -151,7 +151,10 @@ bool IsReadingValue(QLatin1StringView value)
     return isReadingValue(value);
 }
 
-double readingNumber(QStringView value)
+namespace {
+
+template <class View>
+double readingNumberOf(View value)
 {
     double number = 0;
     if (!parseNumber(value, number))
@@ -161,14 +164,16 @@ double readingNumber(QStringView value)
     return number;
 }
 
+} // namespace
+
+double readingNumber(QStringView value)
+{
+    return readingNumberOf(value);
+}
+
 double readingNumber(QLatin1StringView value)
 {
-    char16_t wide[64];
-    if (value.size() > qsizetype(std::size(wide)))
-        return readingNumber(QStringView(QString(value)));
-    for (qsizetype i = 0; i < value.size(); ++i)
-        wide[i] = at(value, i);
-    return readingNumber(QStringView(wide, value.size()));
+    return readingNumberOf(value);
 }
 
 UnitClass classifyUnit(QStringView mode, QStringView raw, QStringView meterModel)

@@ -42,12 +42,25 @@ QString failureReason(const QString& portText, int descriptor)
 #endif
 
 #ifdef Q_OS_LINUX
-// True when the device exists but this user may not read and write it.
-bool accessDenied(const QString& device)
+// What to do about a port that did not open, in plain words, for the two failures a
+// newcomer meets: a device this user may not use (not in the "dialout" group), and a
+// device that is not there (cable unplugged, wrong name). Empty for anything else.
+QString openFailureAdvice(const QString& device)
 {
     const QByteArray path = QFile::encodeName(device);
-    return ::access(path.constData(), F_OK) == 0 && ::access(path.constData(), R_OK | W_OK) != 0
-        && errno == EACCES;
+    if (::access(path.constData(), F_OK) != 0) {
+        if (errno != ENOENT)
+            return {};
+        return QStringLiteral("There is no %1. Is the meter's cable (or its USB adapter) plugged in? "
+                              "The command  ls /dev/ttyUSB* /dev/ttyACM* /dev/ttyS*  lists the serial ports.")
+            .arg(device);
+    }
+    if (::access(path.constData(), R_OK | W_OK) != 0 && errno == EACCES)
+        return QStringLiteral("You are not allowed to use %1. Serial ports are open to the members of the group "
+                              "\"dialout\": add yourself with the command  sudo usermod -aG dialout $USER  "
+                              "then log out and log in again.")
+            .arg(device);
+    return {};
 }
 #endif
 
@@ -154,12 +167,12 @@ bool Comm::OpenPort()
         return true;
     }
 
+    // The system's reason first, then what to do about it.
     QString text = coComm.errorString();
 #ifdef Q_OS_LINUX
-    if (accessDenied(m_device))
-        text += LineEnd
-            + QStringLiteral("To use serial ports, add yourself to the \"dialout\" group "
-                             "(sudo usermod -aG dialout $USER), then log out and log in again.");
+    const QString advice = openFailureAdvice(m_device);
+    if (!advice.isEmpty())
+        text += LineEnd + advice;
 #endif
     coComm.clearError();
     programState().LastError = text;

@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <string>
 
@@ -116,23 +117,66 @@ bool parseNumber(const QString& text, double& value)
     return true;
 }
 
-bool parseNumber(QStringView text, double& value)
+namespace {
+
+char16_t unitOf(QChar c) { return c.unicode(); }
+char16_t unitOf(char c) { return static_cast<unsigned char>(c); }
+
+bool isNumberCharacter(char16_t u)
 {
-    if (!text.isEmpty() && (text.front().isSpace() || text.back().isSpace()))
-        text = text.trimmed();
-    if (text.isEmpty() || text.size() > 512)
-        return false;
-    // The same characters as above, as ASCII for std::from_chars.
-    char buffer[513];
-    qsizetype n = 0;
-    for (const QChar c : text) {
-        const char16_t u = c.unicode();
-        if (!((u >= u'0' && u <= u'9') || u == u'.' || u == u'+' || u == u'-' || u == u'e' || u == u'E'))
-            return false;
-        buffer[n++] = static_cast<char>(u);
+    return (u >= u'0' && u <= u'9') || u == u'.' || u == u'+' || u == u'-' || u == u'e' || u == u'E';
+}
+
+// The common short numbers ("2.626E-3", "-0.154") without the general algorithm: up to
+// 15 digits make an integer a double holds exactly, and a power of ten up to 1e22 is exact
+// too, so one multiplication or division rounds once, correctly. Anything else (a long
+// mantissa, a large exponent, an unusual form) is left to std::from_chars.
+bool parseShortDecimal(const char* first, const char* last, double& value)
+{
+    static constexpr double PowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                             1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const char* p = first;
+    const bool negative = p != last && *p == '-';
+    if (negative)
+        ++p;
+    std::uint64_t mantissa = 0;
+    int digits = 0;
+    int scale = 0; // digits after the decimal point
+    for (; p != last && *p >= '0' && *p <= '9'; ++p, ++digits)
+        mantissa = mantissa * 10 + std::uint64_t(*p - '0');
+    if (p != last && *p == '.') {
+        for (++p; p != last && *p >= '0' && *p <= '9'; ++p, ++digits, ++scale)
+            mantissa = mantissa * 10 + std::uint64_t(*p - '0');
     }
-    const char* first = buffer;
-    const char* const last = buffer + n;
+    if (digits == 0 || digits > 15)
+        return false;
+    int exponent = 0;
+    if (p != last && (*p == 'e' || *p == 'E')) {
+        ++p;
+        const bool negativeExponent = p != last && *p == '-';
+        if (p != last && (*p == '-' || *p == '+'))
+            ++p;
+        if (p == last || last - p > 3)
+            return false;
+        for (; p != last && *p >= '0' && *p <= '9'; ++p)
+            exponent = exponent * 10 + (*p - '0');
+        if (negativeExponent)
+            exponent = -exponent;
+    }
+    if (p != last)
+        return false;
+    exponent -= scale;
+    if (exponent < -22 || exponent > 22)
+        return false;
+    double result = static_cast<double>(mantissa);
+    result = exponent < 0 ? result / PowersOfTen[-exponent] : result * PowersOfTen[exponent];
+    value = negative ? -result : result;
+    return true;
+}
+
+// The plain decimal form on ASCII characters, for std::from_chars.
+bool parseAscii(const char* first, const char* last, double& value)
+{
     // from_chars takes no "+" sign; QString::toDouble takes one in front of the number.
     if (*first == '+') {
         ++first;
@@ -140,11 +184,62 @@ bool parseNumber(QStringView text, double& value)
             return false;
     }
     double parsed = 0;
+    if (parseShortDecimal(first, last, parsed) && std::isfinite(parsed)) {
+        value = parsed;
+        return true;
+    }
     const auto result = std::from_chars(first, last, parsed, std::chars_format::general);
     if (result.ec != std::errc() || result.ptr != last || !std::isfinite(parsed))
         return false;
     value = parsed;
     return true;
+}
+
+// Blanks around the number are allowed, as QString::trimmed takes them away.
+template <class Char>
+void trimBlanks(const Char*& chars, qsizetype& size)
+{
+    while (size > 0 && QChar(unitOf(chars[0])).isSpace()) {
+        ++chars;
+        --size;
+    }
+    while (size > 0 && QChar(unitOf(chars[size - 1])).isSpace())
+        --size;
+}
+
+} // namespace
+
+bool parseNumber(QStringView text, double& value)
+{
+    const QChar* chars = text.data();
+    qsizetype size = text.size();
+    trimBlanks(chars, size);
+    if (size == 0 || size > 512)
+        return false;
+    // The same characters as above, narrowed to ASCII.
+    char buffer[512];
+    for (qsizetype i = 0; i < size; ++i) {
+        const char16_t u = chars[i].unicode();
+        if (!isNumberCharacter(u))
+            return false;
+        buffer[i] = static_cast<char>(u);
+    }
+    return parseAscii(buffer, buffer + size, value);
+}
+
+bool parseNumber(QLatin1StringView text, double& value)
+{
+    const char* chars = text.data();
+    qsizetype size = text.size();
+    trimBlanks(chars, size);
+    if (size == 0 || size > 512)
+        return false;
+    // Single-byte text is parsed where it stands.
+    for (qsizetype i = 0; i < size; ++i) {
+        if (!isNumberCharacter(unitOf(chars[i])))
+            return false;
+    }
+    return parseAscii(chars, chars + size, value);
 }
 
 double toDouble(const QString& text)

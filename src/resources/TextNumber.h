@@ -5,6 +5,7 @@
 // The to...() conversions throw RuntimeError with a description a user can act on when a
 // text is not a number or does not fit the target type.
 
+#include <QLatin1StringView>
 #include <QString>
 
 #include <cstdint>
@@ -28,6 +29,7 @@ bool parseNumber(const QString& text, double& value);
 // The same rules on a view, without the detour through QString::toDouble: for reading
 // many numbers quickly (a data file holds up to 32767 of them).
 bool parseNumber(QStringView text, double& value);
+bool parseNumber(QLatin1StringView text, double& value);
 
 // "True" / "False" in any letter case, or a number (non-zero is true).
 bool toBoolean(const QString& text);

@@ -23,6 +23,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <vector>
+
 using namespace quvo;
 using namespace quvo::test;
 using namespace std::chrono_literals;
@@ -789,6 +792,101 @@ TEST_F(JournalRecordingTest, EveryRowIsInTheJournalAndTheJournalGoesWithTheSave)
     EXPECT_FALSE(QFileInfo::exists(path));
     EXPECT_TRUE(journals().isEmpty());
     EXPECT_TRUE(QDir(home.path()).entryList(QDir::Files).isEmpty());
+}
+
+TEST_F(RealtimeTest, ALowerDocumentLimitEndsTheRecordingWhenReached)
+{
+    realtime.setDocumentLimit(3);
+    DataDocument* document = startRecording(seconds(1), std::nullopt);
+    EXPECT_EQ(document->progressMaximum(), 3); // what the document can still hold
+    runToEnd(10);
+    ASSERT_EQ(programState().CommState, CommStates::Idle);
+    EXPECT_EQ(realtime.lastEnd(), RealtimeEnd::PeriodOver);
+    EXPECT_EQ(document->GetDatacount(), 3);
+    // Out of range limits are brought back to 1 .. MaxReadings.
+    realtime.setDocumentLimit(0);
+    EXPECT_EQ(realtime.documentLimit(), 1);
+    realtime.setDocumentLimit(MaxReadings + 1);
+    EXPECT_EQ(realtime.documentLimit(), MaxReadings);
+}
+
+TEST_F(JournalRecordingTest, AFullDocumentHandedOverGoesOnInTheNextDocument)
+{
+    // Limit 2, interval 1 s, period 4 s: samples at 0 .. 4 s, five in all: 2 + 2 + 1.
+    realtime.setDocumentLimit(2);
+    std::vector<std::unique_ptr<DataDocument>> made;
+    QList<const DataDocument*> handedOver;
+    QStringList journalsWhenFull;
+    realtime.setDocumentFullHandler([&](DataDocument& full) -> DataDocument* {
+        handedOver.append(&full);
+        EXPECT_EQ(full.GetDatacount(), 2);
+        journalsWhenFull.append(realtime.journalPath(&full));
+        realtime.releaseJournal(&full); // as after a successful save
+        auto next = std::make_unique<DataDocument>();
+        next->OpenNew(DataKinds::Realtime);
+        next->SetInterval(QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("01"));
+        next->SetPeriod(false, QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("04"));
+        made.push_back(std::move(next));
+        return made.back().get();
+    });
+    DataDocument* first = startRecording(seconds(1), seconds(4));
+    ASSERT_EQ(programState().CommState, CommStates::Realtime);
+    runToEnd(20);
+    ASSERT_EQ(programState().CommState, CommStates::Idle);
+    EXPECT_EQ(realtime.lastEnd(), RealtimeEnd::PeriodOver);
+
+    // Two documents filled and were handed over; the third holds the last sample.
+    ASSERT_EQ(handedOver.size(), 2);
+    ASSERT_EQ(made.size(), 2u);
+    EXPECT_EQ(handedOver[0], first);
+    EXPECT_EQ(handedOver[1], made[0].get());
+    EXPECT_EQ(programState().RealtimeDoc, made[1].get());
+    QStringList labels;
+    QStringList values;
+    for (const DataDocument* document : {first, made[0].get(), made[1].get()}) {
+        for (int row = 1; row <= document->GetDatacount(); ++row) {
+            labels << document->TextMatrix(row, 1);
+            values << document->TextMatrix(row, 2);
+        }
+    }
+    EXPECT_EQ(first->GetDatacount(), 2);
+    EXPECT_EQ(made[0]->GetDatacount(), 2);
+    EXPECT_EQ(made[1]->GetDatacount(), 1);
+    // One sample a second from the first boundary after the start, without a gap or a
+    // repeat across the documents; the k-th sample is the answer to the k-th request.
+    EXPECT_EQ(labels, (QStringList{label(12, 0, 1), label(12, 0, 2), label(12, 0, 3), label(12, 0, 4), label(12, 0, 5)}));
+    for (int k = 0; k < values.size(); ++k)
+        EXPECT_EQ(values[k], GetValueText(ScriptedMeter::indexReading(k))) << k;
+
+    // Each full document had its own journal, released by the handler; the last one has
+    // its journal until it is saved.
+    ASSERT_EQ(journalsWhenFull.size(), 2);
+    EXPECT_FALSE(journalsWhenFull[0].isEmpty());
+    EXPECT_NE(journalsWhenFull[0], journalsWhenFull[1]);
+    EXPECT_FALSE(QFileInfo::exists(journalsWhenFull[0]));
+    EXPECT_FALSE(QFileInfo::exists(journalsWhenFull[1]));
+    ASSERT_EQ(journals().size(), 1);
+    realtime.releaseJournal(made[1].get());
+    EXPECT_TRUE(journals().isEmpty());
+    programState().RealtimeDoc = nullptr;
+    programState().CurrentDoc = nullptr;
+}
+
+TEST_F(RealtimeTest, AHandlerThatGivesNoDocumentEndsTheRecording)
+{
+    realtime.setDocumentLimit(2);
+    int calls = 0;
+    realtime.setDocumentFullHandler([&](DataDocument&) -> DataDocument* {
+        ++calls;
+        return nullptr; // e.g. the full document could not be saved
+    });
+    DataDocument* document = startRecording(seconds(1), std::nullopt);
+    runToEnd(10);
+    ASSERT_EQ(programState().CommState, CommStates::Idle);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(realtime.lastEnd(), RealtimeEnd::PeriodOver);
+    EXPECT_EQ(document->GetDatacount(), 2);
+    EXPECT_EQ(programState().RealtimeDoc, document);
 }
 
 TEST_F(JournalRecordingTest, ARestoreRebuildsWhatWasRecorded)

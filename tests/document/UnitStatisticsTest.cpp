@@ -62,14 +62,20 @@ TEST(ReadingNumber, ViewConversionAgreesWithTextConversion)
 {
     for (const char* text : {"0", "1", "-1", "+1", "1.5", ".5", "5.", "-.5", "+.5", "1e3", "1E+3", "1.5E-3", "  2.5  ",
                              "007", "1e", "e3", ".", "-", "+", "+-1", "--1", "1.2.3", "1e5e5", "12a", "0x10", "inf",
-                             "nan", "1,5", "", "   ", "1e400", "-1e400", "3.4028235E38", "1 2"}) {
-        double a = -999, b = -999;
+                             "nan", "1,5", "", "   ", "1e400", "-1e400", "3.4028235E38", "1 2", "\t3\r", "4\xa0", "\xa0" "5", "1\xb5"}) {
+        double a = -999, b = -999, c = -999;
         const QString s = QString::fromLatin1(text);
         const bool okText = parseNumber(s, a);
         const bool okView = parseNumber(QStringView(s), b);
+        const bool okBytes = parseNumber(QLatin1StringView(text), c);
         EXPECT_EQ(okText, okView) << text;
-        if (okText && okView)
+        EXPECT_EQ(okText, okBytes) << text;
+        if (okText && okView) {
             EXPECT_EQ(a, b) << text;
+        }
+        if (okText && okBytes) {
+            EXPECT_EQ(a, c) << text;
+        }
     }
 }
 

@@ -110,7 +110,14 @@ TEST(CommPort, AnUnopenablePortShowsTheSystemsReason)
     const auto& box = prompter.messages.front();
     EXPECT_EQ(box.icon, PromptIcon::Exclamation);
     EXPECT_EQ(box.buttons, PromptButtons::Ok);
-    EXPECT_EQ(box.text, QString::fromLocal8Bit(std::strerror(ENOENT)));
+    // The system's reason, then (on Linux) where to look for the port.
+    const QStringList lines = box.text.split(QStringLiteral("\r\n"));
+    EXPECT_EQ(lines.front(), QString::fromLocal8Bit(std::strerror(ENOENT)));
+#ifdef Q_OS_LINUX
+    ASSERT_EQ(lines.size(), 2);
+    EXPECT_TRUE(lines[1].startsWith(QStringLiteral("There is no /dev/quvolink-no-such-port."))) << lines[1].toStdString();
+    EXPECT_TRUE(lines[1].contains(QStringLiteral("ls /dev/ttyUSB*"))) << lines[1].toStdString();
+#endif
     EXPECT_EQ(programState().LastError, box.text);
 }
 
@@ -158,7 +165,10 @@ TEST(CommPort, PermissionDeniedAddsTheDialoutAdvice)
     const QStringList lines = prompter.messages.front().text.split(QStringLiteral("\r\n"));
     ASSERT_EQ(lines.size(), 2);
     EXPECT_EQ(lines[0], QString::fromLocal8Bit(std::strerror(EACCES)));
+    EXPECT_TRUE(lines[1].startsWith(QStringLiteral("You are not allowed to use %1.").arg(peer.devicePath())))
+        << lines[1].toStdString();
     EXPECT_TRUE(lines[1].contains(QStringLiteral("sudo usermod -aG dialout $USER")));
+    EXPECT_TRUE(lines[1].contains(QStringLiteral("log out and log in again")));
 }
 
 TEST_F(CommTest, OpensWithTheMetersLineSettingsAndNoHandshake)

@@ -5,7 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <random>
 
 using namespace quvo;
 
@@ -151,4 +156,50 @@ TEST(TextNumber, ResultsDoNotDependOnTheLocale)
     EXPECT_EQ(formatAxisPlain(0.5), QStringLiteral("0.5"));
     EXPECT_EQ(shortestSingleText(0.25f), QStringLiteral("0.25"));
     EXPECT_EQ(leadingNumber(QStringLiteral("3.5")), 3.5);
+}
+
+// Short decimals take a quicker path than long ones; both must give the correctly rounded
+// double, the one std::from_chars gives.
+TEST(TextNumber, ShortDecimalsParseToTheCorrectlyRoundedDouble)
+{
+    std::mt19937_64 random(20261121);
+    const char* const forms[] = {"%s%llu.%llue%d", "%s%llu.%lluE%+d", "%s%llu.%llu", "%s%llue%d", "%s%lluE-%d"};
+    for (int i = 0; i < 200000; ++i) {
+        const char* sign = random() % 2 ? "-" : "";
+        const unsigned long long whole = random() % 1000000;
+        const unsigned long long fraction = random() % 10000000000ULL;
+        const int exponent = static_cast<int>(random() % 61) - 30;
+        char text[80];
+        const char* form = forms[random() % std::size(forms)];
+        if (form == forms[2])
+            std::snprintf(text, sizeof text, form, sign, whole, fraction);
+        else if (form == forms[3])
+            std::snprintf(text, sizeof text, form, sign, whole, exponent);
+        else if (form == forms[4])
+            std::snprintf(text, sizeof text, form, sign, whole, std::abs(exponent));
+        else
+            std::snprintf(text, sizeof text, form, sign, whole, fraction, exponent);
+        double expected = 0;
+        const auto [end, error] = std::from_chars(text, text + std::strlen(text), expected);
+        ASSERT_EQ(error, std::errc()) << text;
+        ASSERT_EQ(*end, '\0') << text;
+        double parsed = -1;
+        ASSERT_TRUE(parseNumber(QLatin1StringView(text), parsed)) << text;
+        ASSERT_EQ(parsed, expected) << text;
+        ASSERT_EQ(std::signbit(parsed), std::signbit(expected)) << text;
+    }
+}
+
+TEST(TextNumber, UnusualFormsAreRefusedOnEveryPath)
+{
+    double value = 7;
+    for (const char* text : {"1e", "1e+", "e5", ".", "-.", "1.2.3", "1e5e5", "--1", "+-1", "1e-+3", "0x1p3", "1e1000a"})
+        EXPECT_FALSE(parseNumber(QLatin1StringView(text), value)) << text;
+    EXPECT_EQ(value, 7);
+    ASSERT_TRUE(parseNumber(QLatin1StringView("-0"), value));
+    EXPECT_TRUE(std::signbit(value));
+    ASSERT_TRUE(parseNumber(QLatin1StringView("1e0300"), value));
+    EXPECT_EQ(value, 1e300);
+    ASSERT_TRUE(parseNumber(QLatin1StringView("1234567890123456789"), value));
+    EXPECT_EQ(value, 1234567890123456789.0);
 }
