@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that building, running and testing Quvolink need.
 # Idempotent: when everything is present it prints nothing and changes nothing.
+# Usage: scripts/install-deps.sh [--fuzz]   (--fuzz: also clang and its libFuzzer runtime)
 set -euo pipefail
 
 packages=(
@@ -11,6 +12,9 @@ packages=(
   xvfb xauth socat python3-openpyxl locales fonts-dejavu-core
   librsvg2-bin desktop-file-utils appstream file groff-base
 )
+if [ "${1:-}" = --fuzz ]; then
+  packages+=(clang libclang-rt-14-dev)
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -133,15 +133,22 @@ class LineReader {
 public:
     explicit LineReader(QByteArrayView content) : m_content(content) {}
 
-    // The next line without its CR LF; false at the end of the content.
+    // The next line without its line end; false at the end of the content. A line ends with
+    // CR LF, a lone LF or a lone CR: a CR left inside a text would make a document that
+    // could not be saved again.
     bool next(QByteArrayView& line)
     {
         const qsizetype size = m_content.size();
         if (m_begin >= size)
             return false;
         const char* data = m_content.data();
-        const auto* lf = static_cast<const char*>(std::memchr(data + m_begin, '\n', static_cast<std::size_t>(size - m_begin)));
-        const qsizetype end = lf ? lf - data : size; // the last line may lack its CR LF
+        const char* from = data + m_begin;
+        const auto* lf = static_cast<const char*>(std::memchr(from, '\n', static_cast<std::size_t>(size - m_begin)));
+        const char* stop = lf ? lf : data + size;
+        // The first CR before the LF (or the end): the line's CR LF when the LF follows it,
+        // a line end of its own when another character does.
+        const auto* cr = static_cast<const char*>(std::memchr(from, '\r', static_cast<std::size_t>(stop - from)));
+        const qsizetype end = cr && cr + 1 < stop ? cr - data : lf ? lf - data : size; // the last line may lack its CR LF
         take(line, end);
         m_begin = end + 1;
         return true;
@@ -295,8 +302,17 @@ QByteArray DataDocument::dataFileBytes()
     Latin1Writer out;
     out.reserve(qsizetype(d->rows) * 40 + 512);
 
-    // 1: kind, "1" with statistics by unit, ",", the mode code.
-    out.line({QString::number(d->kind) + (d->statsByUnit == 1 ? QStringLiteral("1") : QString()), d->modelCopy});
+    // 1: kind, "1" with statistics by unit, ",", the mode code. The code is the line's last
+    // character and is read back as that, so a "," there (the one character a data file's
+    // first line or a meter's "RM" answer can give that a field cannot hold) is written as it
+    // is rather than making the document impossible to save.
+    out.field(QString::number(d->kind) + (d->statsByUnit == 1 ? QStringLiteral("1") : QString()));
+    out.comma();
+    if (d->modelCopy == QLatin1String(","))
+        out.comma();
+    else
+        out.field(d->modelCopy);
+    out.endLine();
     // 2: window size of the normal state and 0 normal / 2 maximized.
     out.line({shortestSingleText(d->windowWidth), shortestSingleText(d->windowHeight),
               d->windowState == 2 ? QStringLiteral("2") : QStringLiteral("0")});

@@ -695,10 +695,15 @@ private:
     }
 
     // "<folder><stem>N.xml" with the next number not used in the package; a part without
-    // a number when `numbered` is empty and the plain name is free.
+    // a number when `numbered` is empty and the plain name is free. A name is free when
+    // neither the part nor its relationships part is in the package: a relationships part
+    // left without its part is not overwritten.
     QString freePart(const QString& folder, const QString& stem, const QString& numbered)
     {
-        if (numbered.isEmpty() && !m_taken.count((folder + stem + QStringLiteral(".xml")).toLower())) {
+        const auto isFree = [&](const QString& part) {
+            return !m_taken.count(part.toLower()) && !m_taken.count(relationshipsPartOf(part).toLower());
+        };
+        if (numbered.isEmpty() && isFree(folder + stem + QStringLiteral(".xml"))) {
             const QString part = folder + stem + QStringLiteral(".xml");
             m_taken.insert(part.toLower());
             return part;
@@ -712,7 +717,10 @@ private:
             if (match.hasMatch())
                 highest = std::max(highest, match.captured(1).toInt());
         }
-        const QString part = folder + stem + QString::number(highest + 1) + QStringLiteral(".xml");
+        QString part;
+        do
+            part = folder + stem + QString::number(++highest) + QStringLiteral(".xml");
+        while (!isFree(part));
         m_taken.insert(part.toLower());
         return part;
     }

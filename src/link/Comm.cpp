@@ -275,62 +275,17 @@ void Comm::OnComm(int commEvent)
     if (commEvent != CommEvents::Receive)
         return;
     ProgramState& s = programState();
-
-    // Keeps only the newest RecvBufferLimit characters of a buffer that outgrew the limit.
-    const auto keepTail = [&] {
-        if (s.RecvBuffer.size() > RecvBufferLimit)
-            s.RecvBuffer.remove(0, s.RecvBuffer.size() - RecvBufferLimit);
-    };
-
-    switch (s.CommState) {
-    case CommStates::Download:
-    case CommStates::RealtimeCommand:
-    case CommStates::MonitorCommand: {
-        const QString input = readInput();
-        if (m_dropUntilNextSend)
-            return; // the rest of a garbled answer
-        if (s.RecvBuffer.size() + input.size() > RecvBufferLimit) {
-            // So much text without a complete line is not an answer.
-            if (s.LinkState == LinkStates::Waiting) {
-                endWaitWithGarbledAnswer();
-            } else {
-                s.RecvBuffer += input;
-                keepTail();
-            }
-            return;
-        }
-        s.RecvBuffer += input;
-        if (s.LinkState == LinkStates::Waiting && IsAnswerComplete()) {
-            tmTimeout.stop();
-            s.LinkState = LinkStates::Complete;
-        }
+    // While the tick works on RecvBuffer the text stays in the port (takePendingInput).
+    if (!ReceiveTakesText(s))
         return;
-    }
-    case CommStates::Realtime:
-    case CommStates::Monitor:
-        // While the tick works on RecvBuffer the text stays in the port (takePendingInput).
-        if (s.TickArmed) {
-            s.TickArmed = false;
-            s.RecvBuffer += readInput();
-            keepTail();
-            s.TickArmed = true;
-        }
-        return;
+    switch (ReceiveText(s, readInput(), m_dropUntilNextSend)) {
+    case ReceiveResult::Answered:
+    case ReceiveResult::Garbled:
+        tmTimeout.stop();
+        break;
     default:
-        s.RecvBuffer = readInput();
-        keepTail();
-        return;
+        break;
     }
-}
-
-void Comm::endWaitWithGarbledAnswer()
-{
-    ProgramState& s = programState();
-    tmTimeout.stop();
-    s.RecvBuffer = GarbledAnswer;
-    s.LastError = ResID(Res::DataError);
-    s.LinkState = LinkStates::Complete;
-    m_dropUntilNextSend = true; // whatever else the stream brings is not part of any answer
 }
 
 bool Comm::takePendingInput()
@@ -344,21 +299,7 @@ bool Comm::takePendingInput()
 bool Comm::IsAnswerComplete()
 {
     ProgramState& s = programState();
-    for (;;) {
-        const qsizetype lf = s.RecvBuffer.indexOf(QLatin1Char('\n'));
-        if (lf < 0)
-            return false;
-        const qsizetype lineLength = lf + 1;
-        // The line less its last two characters, meant to be CR LF; a lone LF takes the
-        // character before it along ("AB\n" gives "A").
-        QString body = s.RecvBuffer.left(qMax<qsizetype>(0, lineLength - 2));
-        if (body == s.LastCommand) {
-            s.RecvBuffer.remove(0, lineLength); // the meter's echo of the command
-            continue;
-        }
-        s.RecvBuffer = std::move(body);
-        return true;
-    }
+    return ExtractAnswerLine(s.RecvBuffer, s.LastCommand);
 }
 
 void Comm::onTimeout()

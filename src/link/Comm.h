@@ -11,6 +11,7 @@
 // Waiting for an answer runs the event loop (quvo::waitUntil), so received characters,
 // timers and clicks keep being handled while the CPU stays idle.
 
+#include "link/ReceiveBuffer.h"
 #include "resources/Constant.h"
 
 #include <QObject>
@@ -30,14 +31,6 @@ namespace CommEvents {
 constexpr int Send = 1;    // the output buffer ran low
 constexpr int Receive = 2; // characters received
 } // namespace CommEvents
-
-// What RecvBuffer holds after a waiting command received more than RecvBufferLimit
-// characters without completing a line: a single "?". An answer line always ends in a check
-// character "0".."9" or "A".."F", so this text never passes VerifyChecksum and the caller
-// reports the answer as a data error ("ERROR" on displays); it is neither "CMD,ERR" nor a
-// reading, and it has no fourth character (an "RM" answer's model). LastError is set to
-// "Data error occurred." and the text still arriving is dropped until the next command.
-inline const QString GarbledAnswer = QStringLiteral("?");
 
 class Comm : public QObject {
     Q_OBJECT
@@ -126,7 +119,6 @@ private:
     void onTimeout();
     void onErrorOccurred(QSerialPort::SerialPortError error);
     void linkLost(const QString& reason);
-    void endWaitWithGarbledAnswer();
     QString readInput();
     QString notOpenText() const;
 

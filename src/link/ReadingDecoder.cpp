@@ -1,7 +1,9 @@
 #include "link/ReadingDecoder.h"
 
 #include "resources/Constant.h"
+#include "resources/TextNumber.h"
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -52,6 +54,16 @@ QString trimTrailingBlanks(QStringView text)
     while (end > 0 && text.at(end - 1) == Space)
         --end;
     return text.first(end).toString();
+}
+
+// A text that a data file line can carry as one field.
+bool storableText(const QString& text)
+{
+    for (const QChar c : text) {
+        if (c == QLatin1Char(',') || c == QLatin1Char('\r') || c == QLatin1Char('\n') || c.unicode() > 0xFF)
+            return false;
+    }
+    return true;
 }
 
 // The 8-bit code of a character as the meter's check sum counts it.
@@ -157,6 +169,18 @@ QString DisplayValueText(const QString& line)
         + trimBlanks(cut(line, PrefixPos, PrefixUnitWidth));
 }
 
+bool IsUsableReading(const QString& line)
+{
+    const MeterReading reading = DecodeReading(line);
+    const QString value = ScientificValueText(reading);
+    if (!reading.Overload) {
+        double number = 0;
+        if (!parseNumber(value, number) || std::fabs(number) > std::numeric_limits<float>::max())
+            return false;
+    }
+    return storableText(value) && storableText(reading.UnitText) && storableText(reading.OverloadText);
+}
+
 LiveAnswer CheckLiveAnswer(const QString& answer)
 {
     LiveAnswer result;
@@ -202,6 +226,12 @@ RealtimeAnswer ParseRealtimeAnswer(const QString& answer)
         return row;
     case LiveAnswerKind::Reading:
         break;
+    }
+    if (!IsUsableReading(checked.line)) {
+        // Garbled although its check character matched: the document could not take the
+        // row, and the recording would end on it. It becomes an error row instead.
+        row.display = ErrorReading;
+        return row;
     }
     const MeterReading reading = DecodeReading(checked.line);
     row.unit = reading.UnitText;

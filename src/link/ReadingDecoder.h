@@ -61,6 +61,15 @@ QString ScientificValueText(const MeterReading& reading);
 // the prefix and unit with blanks trimmed ("1.234mVDC", "+OLOHM").
 QString DisplayValueText(const QString& line);
 
+// True when the fields of a stripped reading line can become a document row and a data
+// file line: a value that reads as a number of single-precision range (an overload's value
+// need not: the meter sends "0.L" there), and value, unit and overload texts without a
+// comma, a line break or a character beyond 8 bits. A realtime answer that passes its
+// checksum but not this test is garbled all the same (a few changed characters pass the
+// 4-bit check one time in sixteen): ParseRealtimeAnswer makes it an error row, like a line
+// whose check character is wrong, so that one such line does not end a recording.
+bool IsUsableReading(const QString& line);
+
 // What a live answer turned out to be. The checks are made in this order.
 enum class LiveAnswerKind {
     NoAnswer,        // the caller handed over "ERROR": no answer came
@@ -91,7 +100,8 @@ struct RealtimeAnswer {
     bool valid = false;
 };
 
-// Turns one realtime answer line (or "ERROR") into a row's texts.
+// Turns one realtime answer line (or "ERROR") into a row's texts. A reading that is not
+// usable (IsUsableReading) gives the row of a garbled line.
 RealtimeAnswer ParseRealtimeAnswer(const QString& answer);
 
 } // namespace quvo

@@ -263,6 +263,24 @@ TEST_F(DataFileTest, MeterModelIsTheLastCharacterOfTheKindLine)
     EXPECT_EQ(doc->TextMatrix(20, 0), QStringLiteral("19"));
 }
 
+TEST_F(DataFileTest, ACommaAsTheModelCodeIsSavedAndReadBack)
+{
+    // "01,5E+6," holds a ",": the model code is its last character, the comma. Numerically
+    // it is 0, so the rows are numbered from 1. The document saves with the same first line
+    // ending in the comma, which reads back as the same model.
+    QByteArray bytes = crlf(header("01,5E+6,", ",,,", "x") + QStringList{"00:00:00,1.5,VDC,1.5"});
+    const QString file = writeFile(QStringLiteral("comma.CSV"), bytes);
+    auto doc = openedDocument(file);
+    EXPECT_EQ(programState().MeterModel, QStringLiteral(","));
+    EXPECT_EQ(doc->TextMatrix(1, 0), QStringLiteral("1"));
+    const QByteArray saved = readFile(savedBy(*doc, QStringLiteral("comma2.CSV")));
+    EXPECT_TRUE(saved.startsWith("01,,\r\n")) << saved.left(10).toStdString();
+    programState().MeterModel.clear();
+    auto again = openedDocument(path(QStringLiteral("comma2.CSV")));
+    EXPECT_EQ(programState().MeterModel, QStringLiteral(","));
+    EXPECT_EQ(again->GetDatacount(), 1);
+}
+
 TEST_F(DataFileTest, LoggingIntervalLineGivesOnlyTheSeconds)
 {
     const QString with = writeFile(QStringLiteral("li.CSV"), crlf(header("01,0", "9,9,9,0030", "x")));
@@ -539,4 +557,21 @@ TEST_F(DataFileTest, SavedFileMakesTheDocumentUnchangedWithThePathAsCaption)
     EXPECT_TRUE(readFile(target).contains("12:00:15,3,VDC,3\r\n"));
     const QStringList left = QDir(m_dir.path()).entryList(QDir::Files | QDir::Hidden);
     EXPECT_EQ(left, QStringList{QStringLiteral("s.CSV")}); // no temporary left beside it
+}
+
+TEST_F(DataFileTest, ALoneCarriageReturnEndsALine)
+{
+    // Line ends CR LF, LF and CR all end a line: the row after the lone CR is a row of its
+    // own, and no text keeps a CR (which would make the document impossible to save).
+    QByteArray bytes = crlf(header("01,0", ",,,", "x"));
+    bytes += "t1,1.5,VDC,1.5\rt2,2.5,VAC,2.5\nt3,3.5,OHM,3.5\r\n\r";
+    const QString file = writeFile(QStringLiteral("cr.CSV"), bytes);
+    auto doc = openedDocument(file);
+    ASSERT_EQ(doc->GetDatacount(), 3);
+    EXPECT_EQ(doc->TextMatrix(1, 3), QStringLiteral("VDC"));
+    EXPECT_EQ(doc->rawText(1), QStringLiteral("1.5"));
+    EXPECT_EQ(doc->TextMatrix(2, 1), QStringLiteral("t2"));
+    EXPECT_EQ(doc->TextMatrix(3, 3), QStringLiteral("OHM"));
+    const QByteArray saved = readFile(savedBy(*doc, QStringLiteral("cr2.CSV")));
+    EXPECT_TRUE(saved.contains("\r\nt1,1.5,VDC,1.5\r\nt2,2.5,VAC,2.5\r\nt3,3.5,OHM,3.5\r\n"));
 }

@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 #include <xlsxwriter.h>
+#include <zip.h>
 
 #include <set>
 #include <unistd.h>
@@ -162,6 +163,27 @@ TEST_F(ExtendWorkbookTest, WorkbookMadeByLibxlsxwriterGetsANewLastSheet)
 {
     const QString file = pathOf(QStringLiteral("book.xlsx"));
     makeLibxlsxwriterWorkbook(file);
+    extendAndCheck(file, {QStringLiteral("Data"), QStringLiteral("Sheet2")}, QStringLiteral("Sheet3"));
+}
+
+TEST_F(ExtendWorkbookTest, RelationshipsLeftWithoutTheirPartAreNotOverwritten)
+{
+    // The relationships of a drawing and a sheet that the package does not hold (left over
+    // by some other program): the new sheet's parts take other numbers, and the leftovers
+    // stay byte for byte.
+    const QString file = pathOf(QStringLiteral("book.xlsx"));
+    makeLibxlsxwriterWorkbook(file);
+    const QByteArray orphan = QByteArrayLiteral(
+        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
+        "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\"/>");
+    int error = 0;
+    zip_t* zip = zip_open(QFile::encodeName(file).constData(), 0, &error);
+    ASSERT_NE(zip, nullptr) << error;
+    for (const char* name : {"xl/drawings/_rels/drawing2.xml.rels", "xl/worksheets/_rels/sheet3.xml.rels"}) {
+        zip_source_t* source = zip_source_buffer(zip, orphan.constData(), static_cast<zip_uint64_t>(orphan.size()), 0);
+        ASSERT_GE(zip_file_add(zip, name, source, ZIP_FL_ENC_UTF_8), 0) << name;
+    }
+    ASSERT_EQ(zip_close(zip), 0);
     extendAndCheck(file, {QStringLiteral("Data"), QStringLiteral("Sheet2")}, QStringLiteral("Sheet3"));
 }
 

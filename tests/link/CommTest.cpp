@@ -618,6 +618,82 @@ TEST(CommAnswer, IsAnswerCompleteTable)
     }
 }
 
+// --- The receive rules without a port --------------------------------------------------------
+
+TEST(ReceiveRules, EachStateTreatsTextAsTheReceiveHandlerDoes)
+{
+    resetProgramState();
+    ProgramState& s = programState();
+    bool dropping = false;
+
+    // Idle and forwarding replace; what is too long keeps its newest characters.
+    for (const int state : {CommStates::Idle, CommStates::Forwarding, CommStates::RealtimeForward}) {
+        s.CommState = state;
+        s.RecvBuffer = QStringLiteral("old");
+        EXPECT_EQ(ReceiveText(s, QStringLiteral("new"), dropping), ReceiveResult::Replaced);
+        EXPECT_EQ(s.RecvBuffer, QStringLiteral("new"));
+        const QString flood = QString(RecvBufferLimit, QLatin1Char('x')) + QStringLiteral("tail");
+        EXPECT_EQ(ReceiveText(s, flood, dropping), ReceiveResult::Replaced);
+        EXPECT_EQ(s.RecvBuffer, flood.right(RecvBufferLimit));
+    }
+
+    // Streaming modes append while TickArmed and read nothing while it is cleared.
+    for (const int state : {CommStates::Realtime, CommStates::Monitor}) {
+        s.CommState = state;
+        s.TickArmed = false;
+        s.RecvBuffer = QStringLiteral("tick's");
+        EXPECT_FALSE(ReceiveTakesText(s));
+        EXPECT_EQ(ReceiveText(s, QStringLiteral("x"), dropping), ReceiveResult::NotRead);
+        EXPECT_EQ(s.RecvBuffer, QStringLiteral("tick's"));
+        s.TickArmed = true;
+        EXPECT_TRUE(ReceiveTakesText(s));
+        EXPECT_EQ(ReceiveText(s, QStringLiteral("RR,1\r\n"), dropping), ReceiveResult::Appended);
+        EXPECT_EQ(s.RecvBuffer, QStringLiteral("tick'sRR,1\r\n"));
+        EXPECT_TRUE(s.TickArmed);
+    }
+}
+
+TEST(ReceiveRules, AWaitingCommandTakesItsAnswerOrEndsGarbled)
+{
+    resetProgramState();
+    ProgramState& s = programState();
+    bool dropping = false;
+    s.CommState = CommStates::Download;
+    s.LastCommand = QStringLiteral("RL,001");
+    s.LinkState = LinkStates::Waiting;
+
+    EXPECT_EQ(ReceiveText(s, QStringLiteral("RL,001\r\nRL,N,+0"), dropping), ReceiveResult::Appended);
+    EXPECT_EQ(s.RecvBuffer, QStringLiteral("RL,N,+0")); // the echo is gone, the answer not complete
+    EXPECT_EQ(ReceiveText(s, QStringLiteral("1.234mVDC6\r\nrest"), dropping), ReceiveResult::Answered);
+    EXPECT_EQ(s.RecvBuffer, QStringLiteral("RL,N,+01.234mVDC6"));
+    EXPECT_EQ(s.LinkState, LinkStates::Complete);
+    // Nobody waits any more: later text is only appended.
+    EXPECT_EQ(ReceiveText(s, QStringLiteral("\r\n"), dropping), ReceiveResult::Appended);
+    EXPECT_EQ(s.RecvBuffer, QStringLiteral("RL,N,+01.234mVDC6\r\n"));
+
+    // More than the limit without a line end: the garbled answer, then nothing until a send.
+    s.RecvBuffer.clear();
+    s.LinkState = LinkStates::Waiting;
+    EXPECT_EQ(ReceiveText(s, QString(RecvBufferLimit, QLatin1Char('x')), dropping), ReceiveResult::Appended);
+    EXPECT_EQ(ReceiveText(s, QStringLiteral("y"), dropping), ReceiveResult::Garbled);
+    EXPECT_EQ(s.RecvBuffer, GarbledAnswer);
+    EXPECT_EQ(s.LinkState, LinkStates::Complete);
+    EXPECT_EQ(s.LastError, ResID(Res::DataError));
+    EXPECT_TRUE(dropping);
+    EXPECT_EQ(ReceiveText(s, QStringLiteral("OK\r\n"), dropping), ReceiveResult::Dropped);
+    EXPECT_EQ(s.RecvBuffer, GarbledAnswer);
+}
+
+TEST(ReceiveRules, ExtractAnswerLineSkipsEchoesAndTakesTheFirstOtherLine)
+{
+    QString buffer = QStringLiteral("RM\r\nRM\r\nRM,4\r\nMORE\r\n");
+    EXPECT_TRUE(ExtractAnswerLine(buffer, QStringLiteral("RM")));
+    EXPECT_EQ(buffer, QStringLiteral("RM,4"));
+    buffer = QStringLiteral("RM\r\nRM,");
+    EXPECT_FALSE(ExtractAnswerLine(buffer, QStringLiteral("RM")));
+    EXPECT_EQ(buffer, QStringLiteral("RM,"));
+}
+
 // --- Waiting costs nothing -----------------------------------------------------------------
 
 TEST_F(CommTest, WaitingForASilentMeterUsesLittleCpu)

@@ -302,3 +302,33 @@ TEST_P(Decoder, ParseRealtimeAnswerTable)
         EXPECT_EQ(a.valid, row.valid);
     }
 }
+
+TEST_P(Decoder, AReadingTheDocumentCannotHoldIsAnErrorRow)
+{
+    // Each line passes its checksum (withCheck) but cannot become a document row and a data
+    // file line: a value that is no number, a unit or value with a comma, a value beyond
+    // single precision. Such a line is as garbled as one whose check character is wrong.
+    const QString garbled[] = {
+        reading(u'N', u'+', QStringLiteral("01.2x4"), u'm', QStringLiteral("VDC")), // "1.2x4E-3"
+        reading(u'N', u'+', QStringLiteral("01.234"), u'm', QStringLiteral("V,C")), // comma in the unit
+        reading(u'N', u'+', QStringLiteral("1,2345"), u' ', QStringLiteral("VDC")), // comma in the value
+        reading(u'N', u'+', QStringLiteral("  9E99"), u' ', QStringLiteral("VDC")), // 9E99 > 3.4E38
+        QStringLiteral("RR"),                                                     // value "-"
+        reading(u'O', u'+', QStringLiteral("  0.L "), u' ', QStringLiteral("O,M")), // overload, comma in the unit
+    };
+    for (const QString& body : garbled) {
+        SCOPED_TRACE(body.toStdString());
+        EXPECT_FALSE(IsUsableReading(body));
+        const RealtimeAnswer a = ParseRealtimeAnswer(withCheck(body));
+        EXPECT_EQ(a.display, QStringLiteral("ERROR"));
+        EXPECT_EQ(a.unit, QString());
+        EXPECT_EQ(a.numeric, QString());
+        EXPECT_FALSE(a.valid);
+        // The Monitor only shows the line; it keeps the display text of any reading.
+        EXPECT_EQ(CheckLiveAnswer(withCheck(body)).kind, LiveAnswerKind::Reading);
+    }
+    // Usable: an ordinary reading, an overload whose value is "0.L", the largest single.
+    EXPECT_TRUE(IsUsableReading(reading(u'N', u'-', QStringLiteral("01.234"), u'm', QStringLiteral("VDC"))));
+    EXPECT_TRUE(IsUsableReading(reading(u'O', u'+', QStringLiteral("  0.L "), u'k', QStringLiteral("OHM"))));
+    EXPECT_TRUE(IsUsableReading(reading(u'N', u'+', QStringLiteral("3.4E38"), u' ', QStringLiteral("VDC"))));
+}
