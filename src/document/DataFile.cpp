@@ -13,6 +13,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <vector>
@@ -102,30 +103,53 @@ RuntimeError lineTooLong(int number)
 
 // Refuses a file as its copy is made, at the first line too long to be a data file line:
 // a file of a hundred megabytes without a line end is refused after a few kilobytes, not
-// copied whole into the program folder first. (The reader applies the exact rule again.)
+// copied whole into the program folder first. It looks at the last line end (CR or LF)
+// within the room the current line has left, so it hops a few kilobytes at a time instead
+// of visiting every line; the reader applies the exact rule again.
 class LineLengthCheck {
 public:
+    explicit LineLengthCheck(QString source) : m_source(std::move(source)) {}
+
     void operator()(QByteArrayView block)
     {
+        const char* data = block.data();
         qsizetype at = 0;
         while (at < block.size()) {
-            const auto* lf = static_cast<const char*>(std::memchr(block.data() + at, '\n', static_cast<std::size_t>(block.size() - at)));
-            const qsizetype end = lf ? lf - block.data() : block.size();
-            m_run += end - at;
-            // A line may end in CR before its LF: one more character than the limit.
-            if (m_run > DataFileMaxLineLength + 1)
-                throw lineTooLong(m_line);
-            if (!lf)
-                break;
-            ++m_line;
-            m_run = 0;
-            at = end + 1;
+            const qsizetype room = DataFileMaxLineLength - m_run; // characters the line may still take
+            const qsizetype window = std::min(block.size() - at, room + 1);
+            if (const char* end = lastLineEnd(data + at, window)) {
+                m_run = 0;
+                at = end - data + 1;
+            } else if (window > room) {
+                throw tooLongAt(m_copied + at + window);
+            } else {
+                m_run += window;
+                at += window;
+            }
         }
+        m_copied += block.size();
     }
 
 private:
-    int m_line = 1;
-    qint64 m_run = 0;
+    // Searched from the back: in a data file the last line end of a window is a few
+    // characters from its end.
+    static const char* lastLineEnd(const char* from, qsizetype size)
+    {
+        for (const char* p = from + size; p != from;) {
+            --p;
+            if (*p == '\n' || *p == '\r')
+                return p;
+        }
+        return nullptr;
+    }
+
+    // The error with the line's number, found by reading the file again as far as the
+    // overlong line: only on this rare path are the lines before it counted.
+    RuntimeError tooLongAt(qint64 offset) const;
+
+    QString m_source;
+    qint64 m_copied = 0; // bytes of the file seen before the current block
+    qsizetype m_run = 0; // characters of the current line seen so far
 };
 
 // The lines of a file's content, one after the other.
@@ -141,16 +165,16 @@ public:
         const qsizetype size = m_content.size();
         if (m_begin >= size)
             return false;
-        const char* data = m_content.data();
-        const char* from = data + m_begin;
-        const auto* lf = static_cast<const char*>(std::memchr(from, '\n', static_cast<std::size_t>(size - m_begin)));
-        const char* stop = lf ? lf : data + size;
-        // The first CR before the LF (or the end): the line's CR LF when the LF follows it,
-        // a line end of its own when another character does.
-        const auto* cr = static_cast<const char*>(std::memchr(from, '\r', static_cast<std::size_t>(stop - from)));
-        const qsizetype end = cr && cr + 1 < stop ? cr - data : lf ? lf - data : size; // the last line may lack its CR LF
+        // One pass to the first CR or LF: lines are short, a plain loop beats two searches.
+        const char* const data = m_content.data();
+        const char* const last = data + size;
+        const char* p = data + m_begin;
+        while (p != last && *p != '\n' && *p != '\r')
+            ++p;
+        const qsizetype end = p - data; // the last line may lack its line end
         take(line, end);
-        m_begin = end + 1;
+        const bool crLf = p != last && *p == '\r' && p + 1 != last && p[1] == '\n';
+        m_begin = end + (crLf ? 2 : 1);
         return true;
     }
 
@@ -159,9 +183,7 @@ public:
 private:
     void take(QByteArrayView& line, qsizetype end)
     {
-        qsizetype length = end - m_begin;
-        if (length > 0 && m_content[end - 1] == '\r')
-            --length;
+        const qsizetype length = end - m_begin;
         ++m_number;
         if (length > DataFileMaxLineLength)
             throw lineTooLong(m_number);
@@ -172,6 +194,24 @@ private:
     qsizetype m_begin = 0;
     int m_number = 0;
 };
+
+RuntimeError LineLengthCheck::tooLongAt(qint64 offset) const
+{
+    QFile file(m_source);
+    if (file.open(QIODevice::ReadOnly)) {
+        const QByteArray head = file.read(offset);
+        LineReader reader(head);
+        QByteArrayView line;
+        try {
+            while (reader.next(line)) {
+            }
+        } catch (const RuntimeError& e) {
+            return e;
+        }
+        return lineTooLong(reader.lineNumber());
+    }
+    return lineTooLong(1);
+}
 
 // A file's whole content: mapped into memory where the system allows, read otherwise.
 class FileContent {
@@ -589,7 +629,7 @@ bool DataDocument::OpenFile(const QString& path)
     } else {
         EnsureWorkFile();
         try {
-            copyFileLimited(path, state.WorkPath, DataFileMaxBytes, LineLengthCheck());
+            copyFileLimited(path, state.WorkPath, DataFileMaxBytes, LineLengthCheck(path));
             ok = ReadDataFile(state.WorkPath);
         } catch (const RuntimeError& e) {
             state.LastError = e.description();

@@ -251,6 +251,26 @@ TEST_F(BrokenFileTest, OverlongLines)
     EXPECT_EQ(oneLine.error, QStringLiteral("Line 1 is longer than 4096 characters."));
 }
 
+TEST_F(BrokenFileTest, LinesEndingInCrAloneAreShortLinesHoweverLongTheFile)
+{
+    // A file written with CR line ends only, many kilobytes long: every CR ends a line.
+    QStringList lines = goodLines().mid(0, 7);
+    for (int i = 0; i < 1000; ++i)
+        lines << QStringLiteral("12:%1:%2,1.5,VDC,1.5").arg(i / 60, 2, 10, QLatin1Char('0')).arg(i % 60, 2, 10, QLatin1Char('0'));
+    const QByteArray bytes = lines.join(QLatin1Char('\r')).toLatin1() + '\r';
+    ASSERT_GT(bytes.size(), 4 * DataFileMaxLineLength);
+    const Outcome o = open(bytes, "CR line ends");
+    EXPECT_TRUE(o.ok) << o.error.toStdString();
+    EXPECT_EQ(o.count, 1000);
+
+    // An overlong line far into such a file is named by its number.
+    QByteArray longLine = bytes;
+    longLine.insert(longLine.indexOf("12:05:00"), QByteArray(DataFileMaxLineLength, 'V'));
+    const Outcome tooLong = open(longLine, "long line among CR line ends");
+    EXPECT_FALSE(tooLong.ok);
+    EXPECT_EQ(tooLong.error, QStringLiteral("Line %1 is longer than 4096 characters.").arg(7 + 300 + 1));
+}
+
 TEST_F(BrokenFileTest, FileLargerThanAnyDataFileIsRefusedUnread)
 {
     const QString file = path(QStringLiteral("huge.CSV"));
