@@ -18,6 +18,10 @@
 #include <cstring>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace quvo {
 
 // --- Fields ------------------------------------------------------------------------------------
@@ -165,12 +169,9 @@ public:
         const qsizetype size = m_content.size();
         if (m_begin >= size)
             return false;
-        // One pass to the first CR or LF: lines are short, a plain loop beats two searches.
         const char* const data = m_content.data();
         const char* const last = data + size;
-        const char* p = data + m_begin;
-        while (p != last && *p != '\n' && *p != '\r')
-            ++p;
+        const char* const p = firstLineEnd(data + m_begin, last);
         const qsizetype end = p - data; // the last line may lack its line end
         take(line, end);
         const bool crLf = p != last && *p == '\r' && p + 1 != last && p[1] == '\n';
@@ -181,6 +182,26 @@ public:
     int lineNumber() const { return m_number; }
 
 private:
+    // The first CR or LF from `from` on, or `last`: one pass, sixteen characters at a time
+    // where the processor allows.
+    static const char* firstLineEnd(const char* from, const char* last)
+    {
+        const char* p = from;
+#if defined(__SSE2__)
+        const __m128i lf = _mm_set1_epi8('\n');
+        const __m128i cr = _mm_set1_epi8('\r');
+        for (; last - p >= 16; p += 16) {
+            const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+            const int hits = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(chunk, lf), _mm_cmpeq_epi8(chunk, cr)));
+            if (hits != 0)
+                return p + __builtin_ctz(static_cast<unsigned>(hits));
+        }
+#endif
+        while (p != last && *p != '\n' && *p != '\r')
+            ++p;
+        return p;
+    }
+
     void take(QByteArrayView& line, qsizetype end)
     {
         const qsizetype length = end - m_begin;
