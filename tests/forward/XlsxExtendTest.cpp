@@ -386,8 +386,9 @@ protected:
         EXPECT_TRUE(m_failures[0].contains(reason)) << m_failures[0].toStdString();
         app.reset();
         EXPECT_EQ(m_failures.size(), 1);
-        if (QFile::exists(file))
+        if (QFile::exists(file)) {
             EXPECT_EQ(test::fileBytes(file), bytes);
+        }
         EXPECT_EQ(test::folderEntries(m_dir.path()), expectedFolder);
         EXPECT_TRUE(connector.writtenFiles().isEmpty());
     }
