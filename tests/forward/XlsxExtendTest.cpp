@@ -111,10 +111,11 @@ protected:
         const QJsonObject entriesAfter = test::workbookEntries(file);
         QStringList added;
         for (auto it = entriesAfter.begin(); it != entriesAfter.end(); ++it) {
-            if (!entriesBefore.contains(it.key()))
+            if (!entriesBefore.contains(it.key())) {
                 added.append(it.key());
-            else if (!patchedParts().count(it.key()))
+            } else if (!patchedParts().count(it.key())) {
                 EXPECT_EQ(it.value(), entriesBefore.value(it.key())) << it.key().toStdString() << " changed";
+            }
         }
         for (auto it = entriesBefore.begin(); it != entriesBefore.end(); ++it)
             EXPECT_TRUE(entriesAfter.contains(it.key())) << it.key().toStdString() << " is gone";
