@@ -23,18 +23,6 @@ using namespace quvo;
 
 namespace {
 
-QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeBytes(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 class SettingsFileTest : public ::testing::Test {
 protected:
@@ -159,7 +147,7 @@ TEST_F(SettingsFileTest, AFileOfFewerThanThreeLinesGivesTheDefaults)
     for (const QByteArray& content : {QByteArray(), QByteArray("4\r\n"), QByteArray("4\r\nbook.xlsx\r\n"),
                                       QByteArray("4\nbook.xlsx\n")}) {
         SCOPED_TRACE(content.toStdString());
-        writeBytes(programState().IniPath, content);
+        test::writeFileBytes(programState().IniPath, content);
         dirtyValues();
         ReadSettings();
         EXPECT_EQ(programState().PortNumber, QStringLiteral("1"));
@@ -184,7 +172,7 @@ TEST_F(SettingsFileTest, ThreeLinesAreReadWithAnyLineEnd)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.content.toStdString());
-        writeBytes(programState().IniPath, row.content);
+        test::writeFileBytes(programState().IniPath, row.content);
         dirtyValues();
         ReadSettings();
         EXPECT_EQ(programState().PortNumber, row.port);
@@ -199,14 +187,14 @@ TEST_F(SettingsFileTest, WritesExactlyThreeLinesEndedByCrLf)
     programState().ForwardFile = QStringLiteral("/home/u/Messungen \u00e4.xlsx");
     programState().ForwardTitle = QStringLiteral("Volts");
     WriteSettings();
-    EXPECT_EQ(fileBytes(programState().IniPath), QByteArray("3\r\n/home/u/Messungen \xc3\xa4.xlsx\r\nVolts\r\n"));
+    EXPECT_EQ(test::fileBytes(programState().IniPath), QByteArray("3\r\n/home/u/Messungen \xc3\xa4.xlsx\r\nVolts\r\n"));
     EXPECT_EQ(programState().PortNumber, QStringLiteral("3"));
 
     // Empty values are empty lines; what is written reads back the same.
     programState().ForwardFile.clear();
     programState().ForwardTitle.clear();
     WriteSettings();
-    EXPECT_EQ(fileBytes(programState().IniPath), QByteArray("3\r\n\r\n\r\n"));
+    EXPECT_EQ(test::fileBytes(programState().IniPath), QByteArray("3\r\n\r\n\r\n"));
     dirtyValues();
     ReadSettings();
     EXPECT_EQ(programState().PortNumber, QStringLiteral("3"));
@@ -215,14 +203,14 @@ TEST_F(SettingsFileTest, WritesExactlyThreeLinesEndedByCrLf)
 
 TEST_F(SettingsFileTest, PortNumbersOutsideOneToSixteenAreAcceptedWrittenBackAndThenReset)
 {
-    for (const QByteArray port : {QByteArray("0"), QByteArray("17")}) {
+    for (const QByteArray& port : {QByteArray("0"), QByteArray("17")}) {
         SCOPED_TRACE(port.toStdString());
         const QByteArray content = port + "\r\nbook.xlsx\r\nTitle\r\n";
-        writeBytes(programState().IniPath, content);
+        test::writeFileBytes(programState().IniPath, content);
         ReadSettings();
         EXPECT_EQ(programState().PortNumber, QString::fromLatin1(port)); // accepted at start
         WriteSettings();
-        EXPECT_EQ(fileBytes(programState().IniPath), content);           // written as it was
+        EXPECT_EQ(test::fileBytes(programState().IniPath), content);           // written as it was
         EXPECT_EQ(programState().PortNumber, QStringLiteral("1"));       // and only then reset
     }
 }
@@ -235,7 +223,7 @@ TEST_F(SettingsFileTest, PortNumbersInRangeAndDeviceNamesAreKept)
         programState().PortNumber = port;
         WriteSettings();
         EXPECT_EQ(programState().PortNumber, port);
-        EXPECT_TRUE(fileBytes(programState().IniPath).startsWith((port + QStringLiteral("\r\n")).toUtf8()));
+        EXPECT_TRUE(test::fileBytes(programState().IniPath).startsWith((port + QStringLiteral("\r\n")).toUtf8()));
     }
 }
 
@@ -256,7 +244,7 @@ TEST(PortNumberRange, OnlyNumbersOutsideOneToSixteenAreOutOfRange)
 
 TEST_F(SettingsFileTest, TheFileIsReplacedWholeNeverRewrittenInPlace)
 {
-    writeBytes(programState().IniPath, "5\r\nold.xlsx\r\nOld\r\n");
+    test::writeFileBytes(programState().IniPath, "5\r\nold.xlsx\r\nOld\r\n");
     struct stat before {};
     ASSERT_EQ(::stat(QFile::encodeName(programState().IniPath).constData(), &before), 0);
 
@@ -269,7 +257,7 @@ TEST_F(SettingsFileTest, TheFileIsReplacedWholeNeverRewrittenInPlace)
     struct stat after {};
     ASSERT_EQ(::stat(QFile::encodeName(programState().IniPath).constData(), &after), 0);
     EXPECT_NE(before.st_ino, after.st_ino);
-    EXPECT_EQ(fileBytes(programState().IniPath), QByteArray("6\r\nnew.xlsx\r\nNew\r\n"));
+    EXPECT_EQ(test::fileBytes(programState().IniPath), QByteArray("6\r\nnew.xlsx\r\nNew\r\n"));
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("QUVO.INI")});
 }
 

@@ -49,31 +49,12 @@ const QString Helper = QStringLiteral("tests/faults/save_crash_helper");
 constexpr int DataRows = 12;
 constexpr int JournalRows = 5;
 
-QByteArray bytesOf(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-void writeBytes(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
-    ASSERT_EQ(f.write(bytes), bytes.size());
-}
-
-QStringList entries(const QString& folder)
-{
-    QStringList list = QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    list.sort();
-    return list;
-}
 
 // The program's temporary files (and stray locks) among a folder's entries.
 QStringList leftovers(const QString& folder, const QStringList& expected)
 {
     QStringList extra;
-    for (const QString& name : entries(folder))
+    for (const QString& name : test::folderEntries(folder))
         if (!expected.contains(name))
             extra << name;
     return extra;
@@ -215,8 +196,8 @@ TEST_F(CrashSafeSave, DataFileKilledAtEveryStep)
     QString error;
     ASSERT_EQ(saveDataFile(ref, ref + QStringLiteral("/old.CSV"), 3, error), 0) << error.toStdString();
     ASSERT_EQ(saveDataFile(ref, ref + QStringLiteral("/new.CSV"), DataRows, error), 0) << error.toStdString();
-    const QByteArray oldBytes = bytesOf(ref + QStringLiteral("/old.CSV"));
-    const QByteArray newBytes = bytesOf(ref + QStringLiteral("/new.CSV"));
+    const QByteArray oldBytes = test::fileBytes(ref + QStringLiteral("/old.CSV"));
+    const QByteArray newBytes = test::fileBytes(ref + QStringLiteral("/new.CSV"));
     ASSERT_NE(oldBytes, newBytes);
 
     freshFolders(0);
@@ -233,27 +214,27 @@ TEST_F(CrashSafeSave, DataFileKilledAtEveryStep)
         SCOPED_TRACE(point.toStdString());
         freshFolders(++n);
         const QString target = m_docs + QStringLiteral("/data.CSV");
-        writeBytes(target, oldBytes);
+        test::writeFileBytes(target, oldBytes);
         const HelperRun run = runHelper({QStringLiteral("data"), m_home, target, QString::number(DataRows)}, point);
         EXPECT_TRUE(run.killed) << run.err.toStdString();
 
         const bool replaced = point == QLatin1String("after:Replace:1");
-        const QByteArray now = bytesOf(target);
+        const QByteArray now = test::fileBytes(target);
         EXPECT_EQ(now, replaced ? newBytes : oldBytes);
         const QStringList left = leftovers(m_home, {}) + leftovers(m_docs, {QStringLiteral("data.CSV")});
 
         // The next start cleans the program folder; the next save into the folder cleans it.
         removeLeftoversOfCrash(m_home);
-        EXPECT_EQ(entries(m_home), QStringList());
+        EXPECT_EQ(test::folderEntries(m_home), QStringList());
         EXPECT_EQ(saveDataFile(m_home, target, DataRows, error), 0) << error.toStdString();
-        EXPECT_EQ(entries(m_docs), QStringList{QStringLiteral("data.CSV")});
-        EXPECT_EQ(bytesOf(target), newBytes);
-        EXPECT_EQ(entries(m_home), QStringList());
+        EXPECT_EQ(test::folderEntries(m_docs), QStringList{QStringLiteral("data.CSV")});
+        EXPECT_EQ(test::fileBytes(target), newBytes);
+        EXPECT_EQ(test::folderEntries(m_home), QStringList());
         report.row({point, now == oldBytes ? QStringLiteral("previous, whole")
                            : now == newBytes ? QStringLiteral("new, whole")
                                              : QStringLiteral("**mixed**"),
                     listOrNone(left),
-                    entries(m_home).isEmpty() && entries(m_docs) == QStringList{QStringLiteral("data.CSV")}
+                    test::folderEntries(m_home).isEmpty() && test::folderEntries(m_docs) == QStringList{QStringLiteral("data.CSV")}
                         ? QStringLiteral("clean")
                         : QStringLiteral("**not clean**")});
     }
@@ -282,20 +263,20 @@ TEST_F(CrashSafeSave, SettingsFileKilledAtEveryStep)
         QStringList caseArgs = args;
         caseArgs[1] = m_home;
         const QString ini = m_home + QStringLiteral("/QUVO.INI");
-        writeBytes(ini, oldBytes);
+        test::writeFileBytes(ini, oldBytes);
         const HelperRun run = runHelper(caseArgs, point);
         EXPECT_TRUE(run.killed) << run.err.toStdString();
         const bool replaced = point == QLatin1String("after:Replace:1");
-        const QByteArray now = bytesOf(ini);
+        const QByteArray now = test::fileBytes(ini);
         EXPECT_EQ(now, replaced ? newBytes : oldBytes);
         const QStringList left = leftovers(m_home, {QStringLiteral("QUVO.INI")});
         removeLeftoversOfCrash(m_home);
-        EXPECT_EQ(entries(m_home), QStringList{QStringLiteral("QUVO.INI")});
+        EXPECT_EQ(test::folderEntries(m_home), QStringList{QStringLiteral("QUVO.INI")});
         report.row({point, now == oldBytes ? QStringLiteral("previous, whole")
                            : now == newBytes ? QStringLiteral("new, whole")
                                              : QStringLiteral("**mixed**"),
                     listOrNone(left),
-                    entries(m_home) == QStringList{QStringLiteral("QUVO.INI")} ? QStringLiteral("clean")
+                    test::folderEntries(m_home) == QStringList{QStringLiteral("QUVO.INI")} ? QStringLiteral("clean")
                                                                                : QStringLiteral("**not clean**")});
     }
 }
@@ -334,7 +315,7 @@ TEST_F(CrashSafeSave, JournalKilledAtEveryStepRestoresEveryWholeRow)
         freshFolders(++n);
         const HelperRun run = runHelper({QStringLiteral("journal"), m_home, QString::number(JournalRows)}, point);
         EXPECT_TRUE(run.killed) << run.err.toStdString();
-        const QStringList left = entries(m_home);
+        const QStringList left = test::folderEntries(m_home);
 
         // The next start: left-overs removed, interrupted recordings offered and restored.
         removeLeftoversOfCrash(m_home);
@@ -362,9 +343,9 @@ TEST_F(CrashSafeSave, JournalKilledAtEveryStepRestoresEveryWholeRow)
                 realtime.releaseJournal(&doc); // saved: the journal goes
             }
         }
-        EXPECT_EQ(entries(m_home), QStringList());
+        EXPECT_EQ(test::folderEntries(m_home), QStringList());
         report.row({point, QString::number(rows), listOrNone(left),
-                    entries(m_home).isEmpty() ? QStringLiteral("clean") : QStringLiteral("**not clean**")});
+                    test::folderEntries(m_home).isEmpty() ? QStringLiteral("clean") : QStringLiteral("**not clean**")});
     }
 }
 
@@ -430,7 +411,7 @@ protected:
     static QStringList temporaries(const QString& folder)
     {
         QStringList found;
-        for (const QString& name : entries(folder))
+        for (const QString& name : test::folderEntries(folder))
             if (name.contains(QLatin1String(".quvolink-")))
                 found << name;
         return found;
@@ -470,16 +451,16 @@ TEST_F(CrashSafeWorkbook, NewWorkbookKilledAtEveryStep)
             EXPECT_FALSE(QFileInfo::exists(target));
             state = QStringLiteral("not there (as before)");
         }
-        const QStringList left = entries(m_home) + temporaries(m_docs);
+        const QStringList left = test::folderEntries(m_home) + temporaries(m_docs);
 
         removeLeftoversOfCrash(m_home);
-        EXPECT_EQ(entries(m_home), QStringList());
+        EXPECT_EQ(test::folderEntries(m_home), QStringList());
         const HelperRun next = runHelper(args(m_docs + QStringLiteral("/next.xlsx")), {}, m_home);
         EXPECT_EQ(next.exitCode, 0) << next.err.toStdString();
         EXPECT_EQ(temporaries(m_docs), QStringList());
-        EXPECT_EQ(entries(m_home), QStringList());
+        EXPECT_EQ(test::folderEntries(m_home), QStringList());
         report.row({point, state, listOrNone(left),
-                    temporaries(m_docs).isEmpty() && entries(m_home).isEmpty() ? QStringLiteral("clean")
+                    temporaries(m_docs).isEmpty() && test::folderEntries(m_home).isEmpty() ? QStringLiteral("clean")
                                                                                : QStringLiteral("**not clean**")});
     }
 }
@@ -492,7 +473,7 @@ TEST_F(CrashSafeWorkbook, GraftKilledAtEveryStep)
                                       QStringLiteral("--title"), QStringLiteral("First")},
                                      {}, m_home);
     ASSERT_EQ(made.exitCode, 0) << made.err.toStdString();
-    const QByteArray oldBytes = bytesOf(original);
+    const QByteArray oldBytes = test::fileBytes(original);
     ASSERT_EQ(sheetsOf(original).size(), 1);
 
     const auto args = [&](const QString& target) {
@@ -521,20 +502,20 @@ TEST_F(CrashSafeWorkbook, GraftKilledAtEveryStep)
             EXPECT_EQ(sheetsOf(target).size(), 2);
             state = QStringLiteral("new (2 sheets), whole");
         } else {
-            EXPECT_EQ(bytesOf(target), oldBytes);
+            EXPECT_EQ(test::fileBytes(target), oldBytes);
             state = QStringLiteral("previous, byte for byte");
         }
-        const QStringList left = entries(m_home) + temporaries(m_docs);
+        const QStringList left = test::folderEntries(m_home) + temporaries(m_docs);
 
         removeLeftoversOfCrash(m_home);
-        EXPECT_EQ(entries(m_home), QStringList());
+        EXPECT_EQ(test::folderEntries(m_home), QStringList());
         const int sheetsBefore = static_cast<int>(sheetsOf(target).size());
         const HelperRun next = runHelper(args(target), {}, m_home);
         EXPECT_EQ(next.exitCode, 0) << next.err.toStdString();
         EXPECT_EQ(sheetsOf(target).size(), sheetsBefore + 1);
         EXPECT_EQ(temporaries(m_docs), QStringList());
         report.row({point, state, listOrNone(left),
-                    temporaries(m_docs).isEmpty() && entries(m_home).isEmpty() ? QStringLiteral("clean")
+                    temporaries(m_docs).isEmpty() && test::folderEntries(m_home).isEmpty() ? QStringLiteral("clean")
                                                                                : QStringLiteral("**not clean**")});
     }
 }

@@ -33,25 +33,6 @@ using namespace quvo::faults;
 
 namespace {
 
-QByteArray bytesOf(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-void writeBytes(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
-    ASSERT_EQ(f.write(bytes), bytes.size());
-}
-
-QStringList entries(const QString& folder)
-{
-    QStringList list = QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    list.sort();
-    return list;
-}
 
 const char* stepName(FileStep step)
 {
@@ -184,7 +165,7 @@ protected:
 TEST_F(FailedSave, DataFileFailingAtEveryStepKeepsThePreviousFile)
 {
     const QByteArray oldBytes = "the previous data file\r\n";
-    failEveryStep([&] { writeBytes(m_docs + QStringLiteral("/data.CSV"), oldBytes); },
+    failEveryStep([&] { test::writeFileBytes(m_docs + QStringLiteral("/data.CSV"), oldBytes); },
                   [&](QString& error) { return saveDataFile(m_home, m_docs + QStringLiteral("/data.CSV"), 12, error); },
                   [&](const QString& what, int result, const QString& error) {
                       EXPECT_EQ(result, 1);
@@ -194,16 +175,16 @@ TEST_F(FailedSave, DataFileFailingAtEveryStepKeepsThePreviousFile)
                                                        : what.startsWith(QLatin1String("Replace")) ? FileStep::Replace
                                                                                                    : FileStep::Read);
                       EXPECT_TRUE(error.contains(reason)) << error.toStdString();
-                      EXPECT_EQ(bytesOf(m_docs + QStringLiteral("/data.CSV")), oldBytes);
-                      EXPECT_EQ(entries(m_docs), QStringList{QStringLiteral("data.CSV")});
-                      EXPECT_EQ(entries(m_home), QStringList()); // no work file, no lock
+                      EXPECT_EQ(test::fileBytes(m_docs + QStringLiteral("/data.CSV")), oldBytes);
+                      EXPECT_EQ(test::folderEntries(m_docs), QStringList{QStringLiteral("data.CSV")});
+                      EXPECT_EQ(test::folderEntries(m_home), QStringList()); // no work file, no lock
                   });
 }
 
 TEST_F(FailedSave, SettingsFileFailingAtEveryStepKeepsThePreviousFile)
 {
     const QByteArray oldBytes = "1\r\nold.xlsx\r\nOld\r\n";
-    failEveryStep([&] { writeBytes(m_home + QStringLiteral("/QUVO.INI"), oldBytes); },
+    failEveryStep([&] { test::writeFileBytes(m_home + QStringLiteral("/QUVO.INI"), oldBytes); },
                   [&](QString&) {
                       saveSettingsFile(m_home, QStringLiteral("5"), QStringLiteral("new.xlsx"), QStringLiteral("New"));
                       return 0;
@@ -211,8 +192,8 @@ TEST_F(FailedSave, SettingsFileFailingAtEveryStepKeepsThePreviousFile)
                   [&](const QString&, int, const QString&) {
                       // WriteSettings is silent by design (the program is ending): the file is
                       // the judge.
-                      EXPECT_EQ(bytesOf(m_home + QStringLiteral("/QUVO.INI")), oldBytes);
-                      EXPECT_EQ(entries(m_home), QStringList{QStringLiteral("QUVO.INI")});
+                      EXPECT_EQ(test::fileBytes(m_home + QStringLiteral("/QUVO.INI")), oldBytes);
+                      EXPECT_EQ(test::folderEntries(m_home), QStringList{QStringLiteral("QUVO.INI")});
                   });
 }
 
@@ -234,7 +215,7 @@ TEST_F(FailedSave, JournalFailingAtEveryStepKeepsEveryWholeRow)
                           // The journal could not be made (its first line is part of making
                           // it): it is removed again at once, with its lock.
                           EXPECT_TRUE(journals.empty());
-                          EXPECT_EQ(entries(m_home), QStringList());
+                          EXPECT_EQ(test::folderEntries(m_home), QStringList());
                           return;
                       }
                       ASSERT_EQ(journals.size(), 1u);
@@ -260,8 +241,8 @@ TEST_F(FailedSave, NewWorkbookFailingAtEveryStepLeavesNothing)
                   },
                   [&](const QString&, int result, const QString&) {
                       EXPECT_EQ(result, 1);
-                      EXPECT_EQ(entries(m_docs), QStringList());
-                      EXPECT_EQ(entries(m_home), QStringList());
+                      EXPECT_EQ(test::folderEntries(m_docs), QStringList());
+                      EXPECT_EQ(test::folderEntries(m_home), QStringList());
                   });
 }
 
@@ -273,16 +254,16 @@ TEST_F(FailedSave, GraftFailingAtEveryStepKeepsTheWorkbookByteForByte)
     const QString original = m_input + QStringLiteral("/original.xlsx");
     freshFolders(QStringLiteral("original"));
     ASSERT_EQ(forwardToWorkbook({csv, QStringLiteral("--xlsx"), original}), 0);
-    const QByteArray oldBytes = bytesOf(original);
+    const QByteArray oldBytes = test::fileBytes(original);
     failEveryStep([&] { ASSERT_TRUE(QFile::copy(original, m_docs + QStringLiteral("/book.xlsx"))); },
                   [&](QString&) {
                       return forwardToWorkbook({csv, QStringLiteral("--into"), m_docs + QStringLiteral("/book.xlsx")});
                   },
                   [&](const QString&, int result, const QString&) {
                       EXPECT_EQ(result, 1);
-                      EXPECT_EQ(bytesOf(m_docs + QStringLiteral("/book.xlsx")), oldBytes);
-                      EXPECT_EQ(entries(m_docs), QStringList{QStringLiteral("book.xlsx")});
-                      EXPECT_EQ(entries(m_home), QStringList());
+                      EXPECT_EQ(test::fileBytes(m_docs + QStringLiteral("/book.xlsx")), oldBytes);
+                      EXPECT_EQ(test::folderEntries(m_docs), QStringList{QStringLiteral("book.xlsx")});
+                      EXPECT_EQ(test::folderEntries(m_home), QStringList());
                   });
 }
 
@@ -367,38 +348,38 @@ TEST_F(FullDisk, DataFileWithTheProgramFolderOnIt)
     const QString home = m_full + QStringLiteral("/home");
     ASSERT_TRUE(QDir().mkpath(home));
     const QString target = m_full + QStringLiteral("/data.CSV");
-    writeBytes(target, "the previous data file\r\n");
+    test::writeFileBytes(target, "the previous data file\r\n");
     m_disk->fill();
     QString error;
     EXPECT_EQ(saveDataFile(home, target, 200, error), 1);
     EXPECT_TRUE(error.contains(QLatin1String("No space left on device"))) << error.toStdString();
-    EXPECT_EQ(bytesOf(target), QByteArray("the previous data file\r\n"));
-    EXPECT_EQ(entries(m_full), (QStringList{QStringLiteral("data.CSV"), QStringLiteral("filler"), QStringLiteral("home")}));
-    EXPECT_EQ(entries(home), QStringList());
+    EXPECT_EQ(test::fileBytes(target), QByteArray("the previous data file\r\n"));
+    EXPECT_EQ(test::folderEntries(m_full), (QStringList{QStringLiteral("data.CSV"), QStringLiteral("filler"), QStringLiteral("home")}));
+    EXPECT_EQ(test::folderEntries(home), QStringList());
 }
 
 TEST_F(FullDisk, DataFileWithOnlyTheTargetOnIt)
 {
     freshFolders(QStringLiteral("elsewhere"));
     const QString target = m_full + QStringLiteral("/data.CSV");
-    writeBytes(target, "the previous data file\r\n");
+    test::writeFileBytes(target, "the previous data file\r\n");
     m_disk->fill();
     QString error;
     EXPECT_EQ(saveDataFile(m_home, target, 200, error), 1);
     EXPECT_TRUE(error.contains(QLatin1String("No space left on device"))) << error.toStdString();
-    EXPECT_EQ(bytesOf(target), QByteArray("the previous data file\r\n"));
-    EXPECT_EQ(entries(m_full), (QStringList{QStringLiteral("data.CSV"), QStringLiteral("filler")}));
-    EXPECT_EQ(entries(m_home), QStringList());
+    EXPECT_EQ(test::fileBytes(target), QByteArray("the previous data file\r\n"));
+    EXPECT_EQ(test::folderEntries(m_full), (QStringList{QStringLiteral("data.CSV"), QStringLiteral("filler")}));
+    EXPECT_EQ(test::folderEntries(m_home), QStringList());
 }
 
 TEST_F(FullDisk, SettingsFile)
 {
     const QByteArray oldBytes = "1\r\nold.xlsx\r\nOld\r\n";
-    writeBytes(m_full + QStringLiteral("/QUVO.INI"), oldBytes);
+    test::writeFileBytes(m_full + QStringLiteral("/QUVO.INI"), oldBytes);
     m_disk->fill();
     saveSettingsFile(m_full, QStringLiteral("5"), QString(200, QLatin1Char('n')), QStringLiteral("New"));
-    EXPECT_EQ(bytesOf(m_full + QStringLiteral("/QUVO.INI")), oldBytes);
-    EXPECT_EQ(entries(m_full), (QStringList{QStringLiteral("QUVO.INI"), QStringLiteral("filler")}));
+    EXPECT_EQ(test::fileBytes(m_full + QStringLiteral("/QUVO.INI")), oldBytes);
+    EXPECT_EQ(test::folderEntries(m_full), (QStringList{QStringLiteral("QUVO.INI"), QStringLiteral("filler")}));
 }
 
 TEST_F(FullDisk, JournalKeepsEveryRowWrittenBeforeTheDiskFilled)
@@ -437,8 +418,8 @@ TEST_F(FullDisk, NewWorkbook)
     freshFolders(QStringLiteral("program"));
     m_disk->fill();
     EXPECT_EQ(forwardToWorkbook({m_csv, QStringLiteral("--xlsx"), m_full + QStringLiteral("/book.xlsx")}), 1);
-    EXPECT_EQ(entries(m_full), QStringList{QStringLiteral("filler")});
-    EXPECT_EQ(entries(m_home), QStringList());
+    EXPECT_EQ(test::folderEntries(m_full), QStringList{QStringLiteral("filler")});
+    EXPECT_EQ(test::folderEntries(m_home), QStringList());
 }
 
 TEST_F(FullDisk, GraftKeepsTheWorkbookByteForByte)
@@ -446,11 +427,11 @@ TEST_F(FullDisk, GraftKeepsTheWorkbookByteForByte)
     freshFolders(QStringLiteral("program"));
     const QString book = m_full + QStringLiteral("/book.xlsx");
     ASSERT_EQ(forwardToWorkbook({m_csv, QStringLiteral("--xlsx"), book}), 0);
-    const QByteArray oldBytes = bytesOf(book);
+    const QByteArray oldBytes = test::fileBytes(book);
     m_disk->fill();
     EXPECT_EQ(forwardToWorkbook({m_csv, QStringLiteral("--into"), book}), 1);
-    EXPECT_EQ(bytesOf(book), oldBytes);
-    EXPECT_EQ(entries(m_full), (QStringList{QStringLiteral("book.xlsx"), QStringLiteral("filler")}));
+    EXPECT_EQ(test::fileBytes(book), oldBytes);
+    EXPECT_EQ(test::folderEntries(m_full), (QStringList{QStringLiteral("book.xlsx"), QStringLiteral("filler")}));
     EXPECT_EQ(xlsx::inspectWorkbookFile(book).sheetNames.size(), 1);
 }
 

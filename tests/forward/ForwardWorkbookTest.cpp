@@ -391,8 +391,9 @@ TEST_F(ForwardWorkbookTest, NewLastSheetOfAnExistingWorkbookKeepsTheRest)
                                        QStringLiteral("docProps/app.xml")};
     const QJsonObject entriesAfter = test::workbookEntries(file);
     for (auto it = entriesBefore.begin(); it != entriesBefore.end(); ++it) {
-        if (!patched.count(it.key()))
+        if (!patched.count(it.key())) {
             EXPECT_EQ(entriesAfter.value(it.key()), it.value()) << it.key().toStdString();
+        }
     }
     EXPECT_EQ(test::folderEntries(m_dir.path()),
               (QStringList{QStringLiteral("Bench.xlsx"), QStringLiteral("out")}));

@@ -171,19 +171,6 @@ ReadOnlyFolder::~ReadOnlyFolder()
         QProcess::execute(QStringLiteral("chattr"), {QStringLiteral("-i"), m_folder});
 }
 
-QStringList folderEntries(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
-}
-
-QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return file.readAll();
-}
-
 std::vector<TableRow> realtimeRows(int count)
 {
     static const QString readings[] = {QStringLiteral("1.234E-3"), QStringLiteral("-0.5"), QStringLiteral("ERROR"),

@@ -5,6 +5,7 @@
 // openpyxl).
 
 #include "forward/ExcelObjects.h"
+#include "support/TestHelpers.h"
 
 #include <QJsonObject>
 #include <QString>
@@ -66,10 +67,6 @@ private:
     bool m_done = false;
     bool m_byPermissions = false;
 };
-
-// Names of the files in a folder, hidden ones included.
-QStringList folderEntries(const QString& folder);
-QByteArray fileBytes(const QString& path);
 
 // Rows of a realtime recording with words among the readings.
 std::vector<TableRow> realtimeRows(int count);

@@ -3,10 +3,13 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QFile>
 #include <QLocale>
 #include <QTimer>
 
 #include "resources/EventWait.h"
+
+#include <gtest/gtest.h>
 
 #include <clocale>
 #include <sys/resource.h>
@@ -56,6 +59,26 @@ std::chrono::microseconds processCpuTime()
 QString builtProgram(const QString& relativePath)
 {
     return QDir(QStringLiteral(QUVO_BUILD_ROOT)).absoluteFilePath(relativePath);
+}
+
+QByteArray fileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFileBytes(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
+    ASSERT_EQ(file.write(bytes), bytes.size()) << path.toStdString();
+    file.close();
+    ASSERT_EQ(file.error(), QFileDevice::NoError) << path.toStdString();
+}
+
+QStringList folderEntries(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
 }
 
 } // namespace quvo::test

@@ -1,8 +1,10 @@
 #pragma once
 // Small helpers for tests: waiting on a condition with a deadline (never a fixed sleep),
-// switching the C library and Qt locale for a test, and process CPU time.
+// switching the C library and Qt locale for a test, process CPU time, and files.
 
+#include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <chrono>
 #include <functional>
@@ -31,5 +33,12 @@ std::chrono::microseconds processCpuTime();
 
 // Absolute path of a built program next to the test executables' build tree.
 QString builtProgram(const QString& relativePath);
+
+// A file's bytes; empty when it cannot be read.
+QByteArray fileBytes(const QString& path);
+// Writes a file's bytes (a failed write fails the test).
+void writeFileBytes(const QString& path, const QByteArray& bytes);
+// Names of the entries of a folder, hidden ones included, sorted by name.
+QStringList folderEntries(const QString& folder);
 
 } // namespace quvo::test
