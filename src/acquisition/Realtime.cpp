@@ -421,40 +421,36 @@ void Realtime::OnRealtimeFirstTick(std::int64_t elapsed)
         RequestRealtimeReading();
 }
 
-void Realtime::OnRealtimeTick(std::int64_t elapsed)
+bool Realtime::takeSecond(const QString& answer, bool sampleSecond)
 {
-    ProgramState& s = programState();
-    m_answerPending = false;
-    const QString answer = TakeAnswerLine();
-    if (!m_displayOnly) {
+    if (sampleSecond) {
         if (!RecordRealtimeSample(answer)) {
             endRealtime(RealtimeEnd::Failed, true);
-            return;
+            return false;
         }
     } else {
         showOnMonitor(answer, false);
     }
     if (!AdvanceRealtimeCount()) {
         endRealtime(RealtimeEnd::PeriodOver, false);
-        return;
+        return false;
     }
+    return true;
+}
+
+void Realtime::OnRealtimeTick(std::int64_t elapsed)
+{
+    ProgramState& s = programState();
+    m_answerPending = false;
+    if (!takeSecond(TakeAnswerLine(), !m_displayOnly))
+        return;
 
     // The seconds that were missed: a sample second becomes an "ERROR" row, so the time
     // column stays regular.
     const std::int32_t interval = s.RealtimeDoc->GetIntervalcount();
     for (std::int64_t i = 1; i < elapsed; ++i) {
-        if (m_secondCount % interval == 0) {
-            if (!RecordRealtimeSample(ErrorReading)) {
-                endRealtime(RealtimeEnd::Failed, true);
-                return;
-            }
-        } else {
-            showOnMonitor(ErrorReading, false);
-        }
-        if (!AdvanceRealtimeCount()) {
-            endRealtime(RealtimeEnd::PeriodOver, false);
+        if (!takeSecond(ErrorReading, m_secondCount % interval == 0))
             return;
-        }
     }
 
     if (s.StopRequested)

@@ -210,6 +210,10 @@ private:
     bool stopIfLinkLost();
     void keepAnswerBeforeLoss();
     void endRealtime(RealtimeEnd reason, bool showMessage);
+    // One second of the recording: the answer recorded as a row on a sample second (only
+    // shown on the Monitor otherwise), then the count advanced. False when that ended the
+    // recording.
+    bool takeSecond(const QString& answer, bool sampleSecond);
     void showOnMonitor(const QString& answer, bool createIfNeeded);
     void beginJournal(DataDocument& document);
     void finishJournal();
