@@ -166,12 +166,56 @@ public:
     // could not be saved again.
     bool next(QByteArrayView& line)
     {
+        Commas none;
+        return next(line, none);
+    }
+
+    // The next line split into `count` fields as splitFields splits it, found in the same
+    // pass over the characters that finds the line's end.
+    bool next(QByteArrayView& line, int count, QLatin1StringView* fields)
+    {
+        Commas commas(count);
+        if (!next(line, commas))
+            return false;
+        if (commas.found + 1 < count) {
+            // Too few commas: the fields wrap around to the beginning of the line.
+            splitFields(QLatin1StringView(line.data(), line.size()), count, fields);
+            return true;
+        }
+        const char* start = line.data();
+        for (int i = 0; i < count; ++i) {
+            const char* end = i < commas.found ? commas.at[i] : line.data() + line.size();
+            fields[i] = QLatin1StringView(start, end - start);
+            start = end + 1;
+        }
+        return true;
+    }
+
+    int lineNumber() const { return m_number; }
+
+private:
+    // The first commas of a line, up to as many as were wanted.
+    struct Commas {
+        explicit Commas(int wanted = 0) : wanted(std::min(wanted, MaxWanted)) {}
+        void add(const char* comma)
+        {
+            if (found < wanted)
+                at[found++] = comma;
+        }
+        static constexpr int MaxWanted = 4;
+        int wanted;
+        int found = 0;
+        std::array<const char*, MaxWanted> at{};
+    };
+
+    bool next(QByteArrayView& line, Commas& commas)
+    {
         const qsizetype size = m_content.size();
         if (m_begin >= size)
             return false;
         const char* const data = m_content.data();
         const char* const last = data + size;
-        const char* const p = firstLineEnd(data + m_begin, last);
+        const char* const p = scanLine(data + m_begin, last, commas);
         const qsizetype end = p - data; // the last line may lack its line end
         take(line, end);
         const bool crLf = p != last && *p == '\r' && p + 1 != last && p[1] == '\n';
@@ -179,26 +223,32 @@ public:
         return true;
     }
 
-    int lineNumber() const { return m_number; }
-
-private:
-    // The first CR or LF from `from` on, or `last`: one pass, sixteen characters at a time
-    // where the processor allows.
-    static const char* firstLineEnd(const char* from, const char* last)
+    // The first CR or LF from `from` on, or `last`, noting the commas before it: one pass,
+    // sixteen characters at a time where the processor allows.
+    static const char* scanLine(const char* from, const char* last, Commas& commas)
     {
         const char* p = from;
 #if defined(__SSE2__)
         const __m128i lf = _mm_set1_epi8('\n');
         const __m128i cr = _mm_set1_epi8('\r');
+        const __m128i comma = _mm_set1_epi8(',');
         for (; last - p >= 16; p += 16) {
             const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-            const int hits = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(chunk, lf), _mm_cmpeq_epi8(chunk, cr)));
-            if (hits != 0)
-                return p + __builtin_ctz(static_cast<unsigned>(hits));
+            const auto ends = static_cast<unsigned>(
+                _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(chunk, lf), _mm_cmpeq_epi8(chunk, cr))));
+            auto commaBits = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(chunk, comma)));
+            if (ends != 0)
+                commaBits &= (ends & (0u - ends)) - 1; // only the commas before the line end
+            for (; commaBits != 0 && commas.found < commas.wanted; commaBits &= commaBits - 1)
+                commas.add(p + __builtin_ctz(commaBits));
+            if (ends != 0)
+                return p + __builtin_ctz(ends);
         }
 #endif
-        while (p != last && *p != '\n' && *p != '\r')
-            ++p;
+        for (; p != last && *p != '\n' && *p != '\r'; ++p) {
+            if (*p == ',')
+                commas.add(p);
+        }
         return p;
     }
 
@@ -605,7 +655,7 @@ void DataDocument::readDataFile(const QString& path)
     d->label.reserve(static_cast<std::size_t>(expected));
     d->number.reserve(static_cast<std::size_t>(expected));
 
-    while (reader.next(bytes)) {
+    while (reader.next(bytes, fieldCount, row.data())) {
         const int number = reader.lineNumber();
         if (++rowLines > MaxReadings)
             throw RuntimeError(QStringLiteral("Line %1: the file holds more than %2 rows; a document holds at most "
@@ -615,7 +665,6 @@ void DataDocument::readDataFile(const QString& path)
         try {
             if (d->count + blanks + 1 == d->rows)
                 appendGridRow();
-            splitFields(QLatin1StringView(bytes.data(), bytes.size()), fieldCount, row.data());
             if (kind != DataKinds::Save && row[1].isEmpty()) {
                 // A blank row: only its number. SAVE-mode files keep such rows as readings.
                 ++blanks;

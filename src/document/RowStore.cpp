@@ -86,13 +86,31 @@ void RowStore::setRow(int row, const std::array<QLatin1StringView, FieldCount>& 
     store(row, texts);
 }
 
+namespace {
+// How many of the texts, from the first on, stand in one piece of memory with one character
+// between neighbours, as the fields of a line do.
+int leadingInOnePiece(const std::array<QLatin1StringView, RowStore::FieldCount>& texts)
+{
+    std::size_t f = 1;
+    while (f < texts.size() && texts[f].data() == texts[f - 1].data() + texts[f - 1].size() + 1)
+        ++f;
+    return static_cast<int>(f);
+}
+
+int leadingInOnePiece(const std::array<QStringView, RowStore::FieldCount>&)
+{
+    return 0; // two-byte characters are narrowed one by one
+}
+} // namespace
+
 template <class View>
 void RowStore::store(int row, const std::array<View, FieldCount>& texts)
 {
     Row& r = m_rows[static_cast<std::size_t>(row)];
-    std::size_t total = 0;
+    std::uint32_t textBytes = 0;
     for (const View t : texts)
-        total += static_cast<std::size_t>(t.size());
+        textBytes += static_cast<std::uint32_t>(t.size()); // each at most MaxTextLength
+    const std::size_t total = withSeparators(textBytes);
     const std::uint32_t old = r.total();
     char* out = nullptr;
     if (total <= old) {
@@ -108,10 +126,27 @@ void RowStore::store(int row, const std::array<View, FieldCount>& texts)
         m_used += total;
         out = m_bytes.get() + r.offset;
     }
-    for (int f = 0; f < FieldCount; ++f) {
-        const View t = texts[static_cast<std::size_t>(f)];
-        out = put(out, t);
-        r.length[static_cast<std::size_t>(f)] = static_cast<std::uint16_t>(t.size());
+    for (std::size_t f = 0; f < texts.size(); ++f)
+        r.length[f] = static_cast<std::uint16_t>(texts[f].size());
+    if (total == 0)
+        return;
+
+    // The texts that stand in one piece in one copy, separators included; the rest one by one.
+    const int joined = leadingInOnePiece(texts);
+    int f = joined;
+    if (joined > 0) {
+        const View lastJoined = texts[static_cast<std::size_t>(joined - 1)];
+        const auto span = static_cast<std::size_t>(lastJoined.data() + lastJoined.size() - texts[0].data());
+        if (span > 0)
+            std::memcpy(out, texts[0].data(), span);
+        out += span;
+    } else {
+        out = put(out, texts[0]);
+        f = 1;
+    }
+    for (; f < FieldCount; ++f) {
+        *out++ = ','; // the separator is never read; a comma as in the file
+        out = put(out, texts[static_cast<std::size_t>(f)]);
     }
     if (m_unused > 4096 && m_unused > m_used / 2)
         compact();

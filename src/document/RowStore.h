@@ -1,8 +1,10 @@
 #pragma once
 // The texts of a document's readings: per grid row its time, value, mode and raw text, kept
 // as single-byte (Latin-1) characters, the data file's own character set, one after the
-// other in a single buffer. A full document of 32767 rows is one buffer of about 1 MB plus
-// 12 bytes per row, instead of 130 000 separate strings.
+// other in a single buffer with one separator byte between them, as a data file line has
+// them: a row read from a file is stored with one copy of its line. A full document of
+// 32767 rows is one buffer of about 1 MB plus 12 bytes per row, instead of 130 000 separate
+// strings.
 //
 // A row written again whose texts fit in its old place is overwritten there; otherwise its
 // texts go to the end of the buffer, which is compacted when more than half of it is no
@@ -55,14 +57,19 @@ public:
     QLatin1StringView text(int row, Field field) const
     {
         const Row& r = m_rows[static_cast<std::size_t>(row)];
-        std::uint32_t offset = r.offset;
+        const std::uint16_t length = r.length[static_cast<std::size_t>(field)];
+        if (length == 0)
+            return QLatin1StringView("");
+        std::uint32_t offset = r.offset + static_cast<std::uint32_t>(field); // the separators before it
         for (int f = 0; f < field; ++f)
             offset += r.length[static_cast<std::size_t>(f)];
-        return QLatin1StringView(m_bytes.get() + offset, r.length[static_cast<std::size_t>(field)]);
+        return QLatin1StringView(m_bytes.get() + offset, length);
     }
 
     // Stores the four texts of a row. Each must fit Latin-1 and MaxTextLength (the caller
-    // checks; characters beyond U+00FF would be cut to their low byte).
+    // checks; characters beyond U+00FF would be cut to their low byte). Texts that follow
+    // each other with one character between them, as the fields of a line do, are copied
+    // in one piece.
     void setRow(int row, const std::array<QStringView, FieldCount>& texts);
     void setRow(int row, const std::array<QLatin1StringView, FieldCount>& texts);
 
@@ -73,8 +80,15 @@ private:
     struct Row {
         std::uint32_t offset = 0;
         std::array<std::uint16_t, FieldCount> length{};
-        std::uint32_t total() const { return std::uint32_t(length[0]) + length[1] + length[2] + length[3]; }
+        // Bytes in the buffer: the texts and the separators between them; none for a row
+        // whose texts are all empty.
+        std::uint32_t total() const { return withSeparators(std::uint32_t(length[0]) + length[1] + length[2] + length[3]); }
     };
+
+    static std::uint32_t withSeparators(std::uint32_t textBytes)
+    {
+        return textBytes == 0 ? 0 : textBytes + (FieldCount - 1);
+    }
 
     template <class View>
     void store(int row, const std::array<View, FieldCount>& texts);

@@ -59,8 +59,9 @@ protected:
             out.error = programState().LastError;
             EXPECT_FALSE(out.error.isEmpty()) << what;
             EXPECT_EQ(prompter.messages.size(), 1) << what;
-            if (!prompter.messages.isEmpty())
+            if (!prompter.messages.isEmpty()) {
                 EXPECT_EQ(prompter.messages[0].text, out.error + QStringLiteral("\r\n") + file) << what;
+            }
             EXPECT_EQ(doc->GetDatacount(), 0) << what;
             EXPECT_EQ(doc->Rows(), 21) << what;
             EXPECT_EQ(doc->caption(), caption) << what;

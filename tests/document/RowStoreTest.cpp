@@ -1,0 +1,165 @@
+// The texts of a document's rows: stored from a file's line in one piece or text by text,
+// overwritten in place or moved, compacted, copied.
+
+#include "document/RowStore.h"
+
+#include <gtest/gtest.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <array>
+
+using namespace quvo;
+
+namespace {
+
+using Latin1Row = std::array<QLatin1StringView, RowStore::FieldCount>;
+
+QStringList rowTexts(const RowStore& store, int row)
+{
+    QStringList texts;
+    for (int f = 0; f < RowStore::FieldCount; ++f)
+        texts << QString(store.text(row, static_cast<RowStore::Field>(f)));
+    return texts;
+}
+
+// The four fields of a line "a,b,c,d" as views into the line itself.
+Latin1Row fieldsOf(const QByteArray& line)
+{
+    Latin1Row fields;
+    qsizetype start = 0;
+    for (std::size_t f = 0; f < fields.size(); ++f) {
+        qsizetype end = line.indexOf(',', start);
+        if (end < 0)
+            end = line.size();
+        fields[f] = QLatin1StringView(line.constData() + start, end - start);
+        start = end + 1;
+    }
+    return fields;
+}
+
+} // namespace
+
+TEST(RowStoreTest, NewRowsAreEmpty)
+{
+    RowStore store;
+    store.resize(3);
+    EXPECT_EQ(store.size(), 3);
+    for (int row = 0; row < 3; ++row)
+        EXPECT_EQ(rowTexts(store, row), QStringList({"", "", "", ""}));
+}
+
+TEST(RowStoreTest, FieldsOfALineAreKeptAsTheyStand)
+{
+    const QByteArray line = "00:00:01,2.626E-3,VDC,2.626E-3";
+    RowStore store;
+    store.resize(1);
+    store.setRow(0, fieldsOf(line));
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
+}
+
+TEST(RowStoreTest, EmptyFieldsInsideALine)
+{
+    const QByteArray line = "00:00:00,ERROR,,ERROR";
+    RowStore store;
+    store.resize(2);
+    store.setRow(1, fieldsOf(line));
+    EXPECT_EQ(rowTexts(store, 1), QStringList({"00:00:00", "ERROR", "", "ERROR"}));
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"", "", "", ""}));
+}
+
+TEST(RowStoreTest, ThreeFieldsOfALineAndNoRawText)
+{
+    const QByteArray line = "1,0.154,VDC";
+    Latin1Row fields = fieldsOf(line);
+    fields[3] = QLatin1StringView(); // a file without raw texts
+    RowStore store;
+    store.resize(1);
+    store.setRow(0, fields);
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"1", "0.154", "VDC", ""}));
+}
+
+TEST(RowStoreTest, TextsFromSeparatePlaces)
+{
+    const QByteArray time = "12:00:00", value = "-0.5", mode = "ADC", raw = "-0.5E-3";
+    RowStore store;
+    store.resize(1);
+    store.setRow(0, Latin1Row{QLatin1StringView(time), QLatin1StringView(value), QLatin1StringView(mode),
+                              QLatin1StringView(raw)});
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"12:00:00", "-0.5", "ADC", "-0.5E-3"}));
+}
+
+TEST(RowStoreTest, TwoByteTextsAreNarrowed)
+{
+    const QString time = QStringLiteral("10:00:00"), value = QStringLiteral("25.1"),
+                  mode = QStringLiteral("\u00b0C"), raw;
+    RowStore store;
+    store.resize(1);
+    store.setRow(0, std::array<QStringView, RowStore::FieldCount>{time, value, mode, raw});
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"10:00:00", "25.1", QStringLiteral("\u00b0C"), ""}));
+}
+
+TEST(RowStoreTest, RowsWrittenAgainShorterOrLonger)
+{
+    RowStore store;
+    store.resize(3);
+    const QByteArray a = "1,10,V,10", b = "2,20,V,20", c = "3,30,V,30";
+    store.setRow(0, fieldsOf(a));
+    store.setRow(1, fieldsOf(b));
+    store.setRow(2, fieldsOf(c));
+
+    const QByteArray shorter = "4,5,V,";
+    store.setRow(1, fieldsOf(shorter));
+    const QByteArray longer = "00:00:05,123.456,OHM,123.456E+3";
+    store.setRow(0, fieldsOf(longer));
+    const QByteArray empty = ",,,";
+    store.setRow(2, fieldsOf(empty));
+
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"00:00:05", "123.456", "OHM", "123.456E+3"}));
+    EXPECT_EQ(rowTexts(store, 1), QStringList({"4", "5", "V", ""}));
+    EXPECT_EQ(rowTexts(store, 2), QStringList({"", "", "", ""}));
+}
+
+TEST(RowStoreTest, CompactionKeepsEveryText)
+{
+    RowStore store;
+    store.resize(200);
+    // Every row written again and again with longer texts leaves old places behind, which
+    // the store gives back by compacting.
+    for (int round = 1; round <= 30; ++round) {
+        for (int row = 0; row < 200; ++row) {
+            const QByteArray line = QByteArray::number(row) + ',' + QByteArray(round, 'x') + ",V,"
+                                    + QByteArray::number(round);
+            store.setRow(row, fieldsOf(line));
+        }
+    }
+    for (int row = 0; row < 200; ++row)
+        ASSERT_EQ(rowTexts(store, row), QStringList({QString::number(row), QString(30, 'x'), "V", "30"})) << row;
+    // Live texts are about 40 bytes a row; without compaction the buffer would hold all 30 rounds.
+    EXPECT_LT(store.bytesHeld(), std::size_t(200) * 40 * 8);
+}
+
+TEST(RowStoreTest, DroppedRowsComeBackEmpty)
+{
+    RowStore store;
+    store.resize(2);
+    const QByteArray line = "1,2,3,4";
+    store.setRow(1, fieldsOf(line));
+    store.resize(1);
+    store.resize(2);
+    EXPECT_EQ(rowTexts(store, 1), QStringList({"", "", "", ""}));
+}
+
+TEST(RowStoreTest, CopiesAreIndependent)
+{
+    RowStore store;
+    store.resize(1);
+    const QByteArray line = "1,2.5,VDC,2.5";
+    store.setRow(0, fieldsOf(line));
+    RowStore copy(store);
+    const QByteArray other = "2,9,ADC,9E-3";
+    store.setRow(0, fieldsOf(other));
+    EXPECT_EQ(rowTexts(copy, 0), QStringList({"1", "2.5", "VDC", "2.5"}));
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"2", "9", "ADC", "9E-3"}));
+}
