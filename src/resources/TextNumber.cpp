@@ -231,6 +231,11 @@ bool parseNumber(QLatin1StringView text, double& value)
 {
     const char* chars = text.data();
     qsizetype size = text.size();
+    // A usual reading ("2.626E-3", "-0.154") in one pass. What the short form takes has no
+    // blank to trim, no "+" in front and only number characters, so the checks below would
+    // pass it unchanged to the same conversion; anything else takes them.
+    if (size > 0 && parseShortDecimal(chars, chars + size, value))
+        return true;
     trimBlanks(chars, size);
     if (size == 0 || size > 512)
         return false;

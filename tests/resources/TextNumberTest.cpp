@@ -203,3 +203,25 @@ TEST(TextNumber, UnusualFormsAreRefusedOnEveryPath)
     ASSERT_TRUE(parseNumber(QLatin1StringView("1234567890123456789"), value));
     EXPECT_EQ(value, 1234567890123456789.0);
 }
+
+// The single-byte path (data file fields) takes a short cut for usual readings; it must
+// agree with the general conversion on every text, usual or not.
+TEST(TextNumber, SingleByteTextsAgreeWithTheGeneralConversion)
+{
+    const char* const texts[] = {"2.626E-3", "-0.154", " 1.5", "1.5 ", "\t2", "2\r", "+1.5", "+-1", "1.5e+3",
+                                 "1.5E-03", "-0", "0.0", ".5", "5.", "-.5", "1e22", "1e23", "123456789012345",
+                                 "1234567890123456", "1e-400", "1e400", "12E+0003", "1,5", "1.5V", "", " ", "-",
+                                 "OL", "ERROR", "1e", "\xa0" "3", "3\xa0"};
+    for (const char* text : texts) {
+        const QLatin1StringView latin1(text);
+        double general = -7;
+        double single = -7;
+        const bool generalOk = parseNumber(QString(latin1), general);
+        const bool singleOk = parseNumber(latin1, single);
+        EXPECT_EQ(singleOk, generalOk) << text;
+        if (generalOk && singleOk) {
+            EXPECT_EQ(single, general) << text;
+            EXPECT_EQ(std::signbit(single), std::signbit(general)) << text;
+        }
+    }
+}
