@@ -137,9 +137,9 @@ QStringList removeLeftoversOfCrash(const QString& folder)
 {
     QStringList removed = removeStaleTemporaries(folder);
 
-    // The work file, and the lock of a save or open that was killed (taken over, then gone).
+    // The work file of a save or open that was killed.
     const QString work = workFilePath(folder);
-    if (QFileInfo::exists(work) || QFileInfo::exists(work + QStringLiteral(".lock"))) {
+    if (QFileInfo::exists(work)) {
         const WorkFileLock lock(work, 0); // held by a running save or open: left alone
         if (lock.isLocked() && QFile::remove(work))
             removed << QFileInfo(work).fileName();

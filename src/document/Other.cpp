@@ -3,8 +3,17 @@
 #include "resources/ProgramState.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
-#include <QLockFile>
+#include <QFileInfo>
+#include <QThread>
+
+#include <algorithm>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace quvo {
 
@@ -40,18 +49,43 @@ WorkFileLock::WorkFileLock(const QString& workPath, int waitMs)
         m_locked = true; // no work file to share
         return;
     }
-    m_lock = std::make_unique<QLockFile>(workPath + QStringLiteral(".lock"));
-    m_lock->setStaleLockTime(0); // stale only when its program has ended, never by age
-    m_locked = m_lock->tryLock(waitMs);
-    // Only a lock that another running program holds keeps this one out. A lock file that
-    // cannot be made at all (a full disk, a folder without write permission) says nothing
-    // about other programs, and the work file cannot be written there either: the save or
-    // open goes on and fails with the system's own reason ("No space left on device").
-    if (!m_locked && m_lock->error() != QLockFile::LockFailedError)
-        m_locked = true;
+    const QByteArray folder = QFile::encodeName(QFileInfo(workPath).absolutePath());
+    m_folder = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (m_folder < 0) {
+        m_locked = true; // says nothing about other programs; the work file's write will tell
+        return;
+    }
+    // Another program's save or open is short: ask again after a pause that grows, as long
+    // as the caller is willing to wait.
+    QElapsedTimer waited;
+    waited.start();
+    int pause = 5;
+    for (;;) {
+        if (::flock(m_folder, LOCK_EX | LOCK_NB) == 0) {
+            m_locked = true;
+            return;
+        }
+        if (errno == EINTR)
+            continue;
+        if (errno != EWOULDBLOCK) {
+            m_locked = true; // no locks on this file system
+            return;
+        }
+        const qint64 left = waitMs - waited.elapsed();
+        if (left <= 0)
+            break;
+        QThread::msleep(static_cast<unsigned long>(std::min<qint64>(pause, left)));
+        pause = std::min(pause * 2, 100);
+    }
+    ::close(m_folder);
+    m_folder = -1;
 }
 
-WorkFileLock::~WorkFileLock() = default; // unlocks
+WorkFileLock::~WorkFileLock()
+{
+    if (m_folder >= 0)
+        ::close(m_folder); // releases the lock
+}
 
 QString WorkFileLock::inUseText(const QString& workPath)
 {

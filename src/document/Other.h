@@ -5,10 +5,6 @@
 
 #include <QString>
 
-#include <memory>
-
-class QLockFile;
-
 namespace quvo {
 
 // True when the file can be opened for reading (it is closed again at once).
@@ -22,12 +18,13 @@ void EnsureWorkFile();
 void DeleteWorkFile();
 
 // The work file is one per program folder, and the desktop program and the command-line
-// program share that folder. A save or an open holds this lock (a lock file "WORK.~~~.lock"
-// beside the work file) while it uses the work file, so that two programs never mix their
-// data in it, and a program starting up never removes a work file that is in use. A lock
-// left by a program that no longer runs is taken over. A lock file that cannot be made (full
-// disk, read-only folder) does not count as held: the work file's own write then fails with
-// the system's reason.
+// program share that folder. A save or an open holds this lock while it uses the work file,
+// so that two programs never mix their data in it, and a program starting up never removes
+// a work file that is in use. The lock is the system's advisory lock (flock) on the program
+// folder itself: no lock file is written or synced, and the system releases the lock when
+// its program ends, however it ends. A lock that the system cannot give (a folder that
+// cannot be opened, a file system without locks) does not count as held: the work file's own
+// write then fails with the system's reason, or goes on unlocked where locks are missing.
 class WorkFileLock {
 public:
     // Waits up to `waitMs` milliseconds for the lock (another program's save is short).
@@ -41,7 +38,7 @@ public:
     static QString inUseText(const QString& workPath);
 
 private:
-    std::unique_ptr<QLockFile> m_lock;
+    int m_folder = -1; // the locked folder, open while the lock is held
     bool m_locked = false;
 };
 

@@ -18,6 +18,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 using namespace quvo;
 using namespace std::chrono_literals;
 
@@ -144,6 +146,33 @@ TEST(Leftovers, AWorkFileInUseIsLeftAlone)
         EXPECT_FALSE(other.isLocked());
     }
     EXPECT_EQ(removeLeftoversOfCrash(dir.path()), QStringList{WorkFileName});
+    EXPECT_EQ(entries(dir.path()), QStringList());
+}
+
+// The lock is the system's lock on the program folder: another process holding it (here the
+// system's flock(1) tool) keeps a save or open out, and its end, even by SIGKILL, frees
+// the lock at once, with no lock file to clean up.
+TEST(Leftovers, TheWorkFileLockOfAnotherProcessEndsWithIt)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const QString work = dir.filePath(WorkFileName);
+    // One process that opens the folder, locks it and then sleeps with the lock held.
+    QProcess holder;
+    holder.start(QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("exec 9<\"$1\" && flock -x 9 && exec sleep 60"),
+                                        QStringLiteral("sh"), dir.path()});
+    ASSERT_TRUE(holder.waitForStarted(10000));
+    ASSERT_TRUE(test::waitFor([&] { return !WorkFileLock(work, 0).isLocked(); }))
+        << "flock(1) from util-linux is needed";
+
+    const WorkFileLock waiting(work, 100);
+    EXPECT_FALSE(waiting.isLocked());
+    EXPECT_EQ(entries(dir.path()), QStringList());
+
+    ::kill(static_cast<pid_t>(holder.processId()), SIGKILL); // the tool and its lock end together
+    ASSERT_TRUE(holder.waitForFinished(10000));
+    const WorkFileLock free(work, 0);
+    EXPECT_TRUE(free.isLocked());
     EXPECT_EQ(entries(dir.path()), QStringList());
 }
 
