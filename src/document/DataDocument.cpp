@@ -458,7 +458,8 @@ void DataDocument::classifyAndTrack(View mode, View raw)
     if (mode.isEmpty())
         return;
     const QString& model = programState().MeterModel;
-    if (d->modelCopy != model)
+    // Once copied the two share their characters, so the common case needs no comparison.
+    if (d->modelCopy.constData() != model.constData() && d->modelCopy != model)
         d->modelCopy = model;
     if (d->stats.enterUnit(classifyUnit(mode, raw, model))) {
         setPanel(Content::Max, {});
