@@ -55,6 +55,18 @@ QStringList splitLines(const QString& text)
     return lines;
 }
 
+// The text without the byte-order marks an editor may have put at its start (some put one
+// before one that is there already): they are no part of the port, and a port that began
+// with one would lose it when the file is read again.
+QString withoutByteOrderMarks(QString text)
+{
+    qsizetype marks = 0;
+    while (marks < text.size() && text.at(marks) == QChar(0xFEFF))
+        ++marks;
+    text.remove(0, marks);
+    return text;
+}
+
 std::optional<float> readSingle(QSettings& store, const QString& key, float defaultValue)
 {
     if (!store.contains(key))
@@ -177,7 +189,7 @@ void ReadSettings()
     // a damaged or foreign file of any size costs no more than that.
     constexpr qint64 SettingsFileMaxBytes = 64 * 1024;
     if (file.open(QIODevice::ReadOnly))
-        lines = splitLines(QString::fromUtf8(file.read(SettingsFileMaxBytes)));
+        lines = splitLines(withoutByteOrderMarks(QString::fromUtf8(file.read(SettingsFileMaxBytes))));
     if (lines.size() < 3) {
         s.PortNumber = QStringLiteral("1");
         s.ForwardFile.clear();

@@ -169,6 +169,10 @@ TEST_F(SettingsFileTest, ThreeLinesAreReadWithAnyLineEnd)
         {"/dev/ttyUSB0\r\n\r\n\r\n", QStringLiteral("/dev/ttyUSB0"), QString(), QString()},                    // empty lines
         {"12\r\na\r\nb\r\nextra\r\n", QStringLiteral("12"), QStringLiteral("a"), QStringLiteral("b")},          // the rest is ignored
         {"3\r\nMessungen \xc3\xa4\r\nTitel \xc3\xbc\r\n", QStringLiteral("3"), QStringLiteral("Messungen \u00e4"), QStringLiteral("Titel \u00fc")},
+        // Byte-order marks at the start, one or two, belong to no line; elsewhere they are text.
+        {"\xef\xbb\xbf" "5\r\na\r\nb\r\n", QStringLiteral("5"), QStringLiteral("a"), QStringLiteral("b")},
+        {"\xef\xbb\xbf\xef\xbb\xbf" "++\n\n\n", QStringLiteral("++"), QString(), QString()},
+        {"5\r\n\xef\xbb\xbf" "a\r\nb\r\n", QStringLiteral("5"), QStringLiteral("\ufeffa"), QStringLiteral("b")},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.content.toStdString());

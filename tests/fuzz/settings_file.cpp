@@ -4,6 +4,7 @@
 // Invariants:
 // - ReadSettings gives the file's first three lines (ended by CR LF, LF or CR) as port,
 //   workbook and title, or "1", "" and "" when the file has fewer than three lines;
+//   byte-order marks at the start of the file belong to no line;
 // - WriteSettings writes exactly those three values, each followed by CR LF, and nothing
 //   else, replacing the file whole (no other file is left in the folder); afterwards the port
 //   in memory is "1" when it was a number outside 1 to 16, and unchanged otherwise;
@@ -40,8 +41,10 @@ Values current()
 }
 
 // The values the file's text gives, from the three-line rule.
-Values expectedFrom(const QString& text)
+Values expectedFrom(QString text)
 {
+    while (text.startsWith(QChar(0xFEFF)))
+        text.remove(0, 1);
     QStringList lines;
     qsizetype start = 0;
     for (qsizetype i = 0; i < text.size() && lines.size() < 3; ++i) {
