@@ -2,6 +2,7 @@
 
 #include "forward/XlsxFiles.h"
 #include "forward/XlsxSheetWriter.h"
+#include "forward/XmlNamespaces.h"
 #include "resources/RuntimeError.h"
 
 #include <QDir>
@@ -396,7 +397,10 @@ std::unique_ptr<Package> readPackage(const QString& path, const QString& file, c
                                    .arg(shown(file), zip.entryName(part))
                                    .arg(zip.size(part) / (1024 * 1024))
                                    .arg(limits.maxParsedPartSize / (1024 * 1024)));
-        return parseXml(zip.read(zip.entryName(part)), part, file);
+        auto doc = parseXml(zip.read(zip.entryName(part)), part, file);
+        if (const QString problem = namespaceProblem(*doc); !problem.isEmpty())
+            throw damaged(file, QStringLiteral("%1: %2").arg(part, problem));
+        return doc;
     };
 
     if (!zip.has(QStringLiteral("[Content_Types].xml")) || !zip.has(QStringLiteral("_rels/.rels")))

@@ -349,6 +349,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Refusal{"lock-dot", "book.xlsx", "open in another program"},
                       Refusal{"strict", "strict.xlsx", "Strict Open XML"},
                       Refusal{"doctype", "doctype.xlsx", "document type declaration"},
+                      Refusal{"badprefix", "badprefix.xlsx", "xl/workbook.xml: the namespace prefix \"2\" is not a name"},
+                      Refusal{"undeclared", "undeclared.xlsx", "xl/workbook.xml: the namespace prefix of \""},
                       Refusal{"slip", "slip.xlsx", "unsafe name (\"../evil.txt\")"},
                       Refusal{"huge", "huge.xlsx", "unpacks to more than this program reads"},
                       Refusal{"encrypted", "locked.xlsx", "encrypted with a password"},

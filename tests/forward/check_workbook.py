@@ -7,7 +7,8 @@ holds as JSON, for the workbook tests to compare with the rules.
     check_workbook.py make-openpyxl FILE writes a workbook with openpyxl (two sheets, a
                                          chart, defined names) to extend in the tests
     check_workbook.py make-KIND FILE     writes a damaged or unsuitable workbook (strict,
-                                         doctype, slip, huge, encrypted, notworkbook, docx)
+                                         doctype, badprefix, undeclared, slip, huge,
+                                         encrypted, notworkbook, docx)
     check_workbook.py make-sheets FILE NAME...  a workbook with sheets of those names
 
 Cells and formats come from openpyxl; the drawing and chart parts are read as XML with
@@ -347,6 +348,20 @@ def make_variant(kind, path):
             if name == "xl/workbook.xml":
                 start = data.index(b"?>") + 2 if b"?>" in data else 0
                 data = data[:start] + b'<!DOCTYPE workbook [<!ENTITY boom "boom">]>' + data[start:]
+            return name, data
+        rewrite(path, change)
+    elif kind in ("badprefix", "undeclared"):
+        # The relationships namespace of the workbook part declared once more under a prefix
+        # that is no XML name, or used without being declared: a lenient XML reader takes
+        # both.
+        relationships = b"http://schemas.openxmlformats.org/officeDocument/2006/relationships"
+        def change(name, data):
+            if name == "xl/workbook.xml":
+                declared = re.search(rb'xmlns:([A-Za-z_][\w.-]*)="' + re.escape(relationships) + b'"', data)
+                if kind == "badprefix":
+                    data = data.replace(declared.group(0), b'xmlns:2="' + relationships + b'" ' + declared.group(0))
+                else:
+                    data = data.replace(b" " + declared.group(0), b"")
             return name, data
         rewrite(path, change)
     elif kind == "slip":
