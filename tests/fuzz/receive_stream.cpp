@@ -26,8 +26,8 @@
 //   than the limit without an answer is the garbled answer "?" with "Data error occurred.",
 //   after which text is dropped until the next send;
 // - TakeAnswerLine gives the last line less its last two characters when the buffer ends
-//   with a line end and "ERROR" otherwise, never containing a line feed; and an echo of the
-//   request is never taken for a valid reading.
+//   with a line end and "ERROR" otherwise, never containing a line feed; and the echo of a
+//   command the program sends is never taken for a reading.
 
 #include "FuzzSupport.h"
 
@@ -51,6 +51,25 @@ namespace {
 
 // The most text one input may hand over in all, so that every run stays quick.
 constexpr qsizetype MaxTotalText = 4 * RecvBufferLimit;
+
+// A command the program itself sends (the record commands with any record number).
+bool isProgramCommand(const QString& text)
+{
+    for (const QString& command : {Commands::Start, Commands::RemoteOn, Commands::RemoteOff, Commands::Model,
+                                   Commands::RecordCount, Commands::LoggingInterval, Commands::Reading}) {
+        if (text == command)
+            return true;
+    }
+    for (const QString& prefix : {Commands::LoggingRecord, Commands::SaveRecord}) {
+        if (!text.startsWith(prefix))
+            continue;
+        bool number = false;
+        text.mid(prefix.size()).toInt(&number);
+        if (number)
+            return true;
+    }
+    return false;
+}
 
 bool isWaitingMode(int state)
 {
@@ -259,7 +278,10 @@ struct Harness {
         FUZZ_CHECK(answer == expected, QStringLiteral("TakeAnswerLine gave \"%1\", not \"%2\"")
                                            .arg(printable(answer), printable(expected)) + context());
         FUZZ_CHECK(!answer.contains(QLatin1Char('\n')), QStringLiteral("the answer holds a line feed") + context());
-        if (answer == s.LastCommand)
+        // The echo of a command the program sends is never a reading. (An input may make any
+        // text the command; its echo is then like any answer line, which passes the 4-bit
+        // check character by chance: "RR,0" is a well-formed reading with no value.)
+        if (answer == s.LastCommand && isProgramCommand(answer))
             FUZZ_CHECK(!ParseRealtimeAnswer(answer).valid && MonitorText(answer) == ErrorReading,
                        QStringLiteral("the echo counted as a reading") + context());
         // RequestReading: the buffer is cleared and "RR,1" written.

@@ -3,6 +3,7 @@
 // runs twice: in the C locale and with a decimal-comma locale, which must change nothing.
 
 #include "link/ReadingDecoder.h"
+#include "resources/Constant.h"
 
 #include "support/TestHelpers.h"
 
@@ -331,4 +332,26 @@ TEST_P(Decoder, AReadingTheDocumentCannotHoldIsAnErrorRow)
     EXPECT_TRUE(IsUsableReading(reading(u'N', u'-', QStringLiteral("01.234"), u'm', QStringLiteral("VDC"))));
     EXPECT_TRUE(IsUsableReading(reading(u'O', u'+', QStringLiteral("  0.L "), u'k', QStringLiteral("OHM"))));
     EXPECT_TRUE(IsUsableReading(reading(u'N', u'+', QStringLiteral("3.4E38"), u' ', QStringLiteral("VDC"))));
+}
+
+// At a sampling tick the last line received may be the echo of the request rather than the
+// meter's answer. No command the program sends reads as a reading: "RR,1" fails its own
+// check character, the others are not "RR," lines.
+TEST(DecoderEcho, NoCommandOfTheProgramReadsAsAReading)
+{
+    QStringList sent = {Commands::Start,       Commands::RemoteOn,        Commands::RemoteOff, Commands::Model,
+                        Commands::RecordCount, Commands::LoggingInterval, Commands::Reading};
+    for (int record = 0; record <= 2000; ++record) {
+        sent << Commands::LoggingRecord + QString::number(record) << Commands::SaveRecord + QString::number(record);
+    }
+    for (const QString& command : sent) {
+        SCOPED_TRACE(command.toStdString());
+        EXPECT_NE(CheckLiveAnswer(command).kind, LiveAnswerKind::Reading);
+        EXPECT_EQ(MonitorText(command), QStringLiteral("ERROR"));
+        EXPECT_FALSE(ParseRealtimeAnswer(command).valid);
+    }
+    // What the check character lets through is the meter's concern, not the echo's: "RR,"
+    // with its check character "0" is a reading line without a value.
+    EXPECT_EQ(CheckLiveAnswer(QStringLiteral("RR,0")).kind, LiveAnswerKind::Reading);
+    EXPECT_FALSE(ParseRealtimeAnswer(QStringLiteral("RR,0")).valid);
 }
