@@ -50,23 +50,25 @@ TEST(RowStoreTest, NewRowsAreEmpty)
         EXPECT_EQ(rowTexts(store, row), QStringList({"", "", "", ""}));
 }
 
+// Lines stored into the second of two rows: their fields come back as they stand, empty
+// ones included, and the row before stays empty.
 TEST(RowStoreTest, FieldsOfALineAreKeptAsTheyStand)
 {
-    const QByteArray line = "00:00:01,2.626E-3,VDC,2.626E-3";
-    RowStore store;
-    store.resize(1);
-    store.setRow(0, fieldsOf(line));
-    EXPECT_EQ(rowTexts(store, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
-}
-
-TEST(RowStoreTest, EmptyFieldsInsideALine)
-{
-    const QByteArray line = "00:00:00,ERROR,,ERROR";
-    RowStore store;
-    store.resize(2);
-    store.setRow(1, fieldsOf(line));
-    EXPECT_EQ(rowTexts(store, 1), QStringList({"00:00:00", "ERROR", "", "ERROR"}));
-    EXPECT_EQ(rowTexts(store, 0), QStringList({"", "", "", ""}));
+    const struct {
+        QByteArray line;
+        QStringList texts;
+    } lines[] = {
+        {"00:00:01,2.626E-3,VDC,2.626E-3", {"00:00:01", "2.626E-3", "VDC", "2.626E-3"}},
+        {"00:00:00,ERROR,,ERROR", {"00:00:00", "ERROR", "", "ERROR"}},
+    };
+    for (const auto& [line, texts] : lines) {
+        SCOPED_TRACE(line.toStdString());
+        RowStore store;
+        store.resize(2);
+        store.setRow(1, fieldsOf(line));
+        EXPECT_EQ(rowTexts(store, 1), texts);
+        EXPECT_EQ(rowTexts(store, 0), QStringList({"", "", "", ""}));
+    }
 }
 
 TEST(RowStoreTest, ThreeFieldsOfALineAndNoRawText)
