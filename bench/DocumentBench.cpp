@@ -17,7 +17,9 @@
 
 #include <malloc.h>
 
+#include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 using namespace quvo;
@@ -202,12 +204,40 @@ void BM_MemoryFullDocument(benchmark::State& state)
 }
 BENCHMARK(BM_MemoryFullDocument)->Unit(benchmark::kMillisecond)->Iterations(3);
 
+// Opens the full file once per line read from standard input and answers with the time the
+// open took, in milliseconds (document made, file opened, document destroyed, as in
+// BM_OpenRealtimeFile). bench/run_document_bench.sh drives it to time the open and a Python
+// reader in alternation, one of each a few milliseconds apart.
+int openOnRequest()
+{
+    const QString path = files().full;
+    std::printf("ready\n");
+    std::fflush(stdout);
+    char request[64];
+    while (std::fgets(request, sizeof request, stdin)) {
+        const auto start = std::chrono::steady_clock::now();
+        {
+            const auto doc = openDocument(path);
+            if (!doc || doc->GetDatacount() != MaxReadings) {
+                std::fprintf(stderr, "open failed\n");
+                return 1;
+            }
+        }
+        const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
+        std::printf("%.4f\n", took.count());
+        std::fflush(stdout);
+    }
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     files(); // generate the files before any timing
+    if (argc == 2 && std::strcmp(argv[1], "--open-on-request") == 0)
+        return openOnRequest();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
