@@ -205,9 +205,10 @@ void BM_MemoryFullDocument(benchmark::State& state)
 BENCHMARK(BM_MemoryFullDocument)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 // Opens the full file once per line read from standard input and answers with the time the
-// open took, in milliseconds (document made, file opened, document destroyed, as in
-// BM_OpenRealtimeFile). bench/run_document_bench.sh drives it to time the open and a Python
-// reader in alternation, one of each a few milliseconds apart.
+// open took, in milliseconds: OpenNew and OpenFile, as in BM_OpenRealtimeFile, but without
+// the document's destruction afterwards (the Python reader's time leaves out freeing its
+// rows, too). bench/run_document_bench.sh drives it to time the open and a Python reader in
+// alternation, one of each a few milliseconds apart.
 int openOnRequest()
 {
     const QString path = files().full;
