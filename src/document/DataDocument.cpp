@@ -47,13 +47,6 @@ double modelNumber()
     return leadingNumber(model);
 }
 
-// Row labels count from 0 in the record modes of meter models other than 0 and 1.
-bool labelsFromZero()
-{
-    const double model = modelNumber();
-    return model != 0 && model != 1;
-}
-
 // A document keeps its texts as single bytes, as its data file does.
 void checkStorable(std::initializer_list<QStringView> texts)
 {
@@ -309,12 +302,19 @@ bool DataDocument::AddGridrow()
 
 void DataDocument::AddData(const QString& time, const QString& value, const QString& mode, const QString& raw)
 {
-    addReading<QStringView>(time, value, mode, raw);
+    addReading<QStringView>({time, value, mode, raw}, labelsFromZero());
+}
+
+bool DataDocument::labelsFromZero()
+{
+    const double model = modelNumber();
+    return model != 0 && model != 1;
 }
 
 template <class View>
-void DataDocument::addReading(View time, View value, View mode, View raw)
+void DataDocument::addReading(const std::array<View, 4>& texts, bool fromZero)
 {
+    const auto& [time, value, mode, raw] = texts;
     ProgramState& state = programState();
     if (state.PadRecords) {
         // A padding record of a download: no reading, only the next padding row's label.
@@ -322,7 +322,6 @@ void DataDocument::addReading(View time, View value, View mode, View raw)
         if (counter == std::numeric_limits<std::int32_t>::max())
             throw countOverflow();
         const std::int32_t next = counter + 1;
-        const bool fromZero = labelsFromZero();
         const int row = fromZero ? next : d->rows - 1;
         if (row < 1 || row >= d->rows)
             throw RuntimeError(QStringLiteral("Row %1 does not exist in the table.").arg(row));
@@ -349,8 +348,8 @@ void DataDocument::addReading(View time, View value, View mode, View raw)
     d->unchanged = false;
     d->count = row;
     const std::size_t i = static_cast<std::size_t>(row - 1);
-    d->setLabel(row, labelsFromZero() ? row - 1 : row);
-    d->cells.setRow(row - 1, std::array<View, RowStore::FieldCount>{time, value, mode, raw});
+    d->setLabel(row, fromZero ? row - 1 : row);
+    d->cells.setRow(row - 1, texts);
     d->number[i] = numeric ? static_cast<float>(number) : std::numeric_limits<float>::quiet_NaN();
     if (d->statsByUnit == 1)
         classifyAndTrack(mode, raw);
@@ -883,8 +882,7 @@ void DataDocument::showFailure(const QString& path)
 }
 
 // The reader of data files adds its rows from single-byte line fields.
-template void DataDocument::addReading<QStringView>(QStringView, QStringView, QStringView, QStringView);
-template void DataDocument::addReading<QLatin1StringView>(QLatin1StringView, QLatin1StringView, QLatin1StringView,
-                                                          QLatin1StringView);
+template void DataDocument::addReading<QStringView>(const std::array<QStringView, 4>&, bool);
+template void DataDocument::addReading<QLatin1StringView>(const std::array<QLatin1StringView, 4>&, bool);
 
 } // namespace quvo

@@ -41,6 +41,7 @@
 #include <QStringList>
 #include <QStringView>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -272,9 +273,13 @@ private:
     class Quiet;
 
     // AddData on texts of either kind: the program's own (UTF-16, checked to fit a data
-    // file) or the fields of a data file line (single bytes already).
+    // file) or the fields of a data file line (single bytes already), in the order time,
+    // value, mode, raw. `fromZero`: the rows are labelled from 0 (labelsFromZero(), which a
+    // file's reader asks once for all of its rows).
     template <class View>
-    void addReading(View time, View value, View mode, View raw);
+    void addReading(const std::array<View, 4>& texts, bool fromZero);
+    // Row labels count from 0 in the record modes of meter models other than 0 and 1.
+    static bool labelsFromZero();
     void addRealtimeReading(QStringView time, QStringView value, QStringView mode, bool isNumeric, QStringView raw);
     template <class View>
     void classifyAndTrack(View mode, View raw);

@@ -648,6 +648,7 @@ void DataDocument::readDataFile(const QString& path)
     int rowLines = 0;
     const bool withRaw = d->statsByUnit == 1;
     const int fieldCount = withRaw ? 4 : 3;
+    const bool fromZero = labelsFromZero(); // the file's meter model holds for all its rows
 
     // Room for the rows the file probably holds, so the columns grow once.
     const int expected = static_cast<int>(std::min<qint64>(file.size() / 24 + 32, MaxReadings));
@@ -671,7 +672,9 @@ void DataDocument::readDataFile(const QString& path)
                 d->setLabel(d->count + blanks, d->count + blanks);
                 continue;
             }
-            addReading(row[0], row[1], row[2], withRaw ? row[3] : QLatin1StringView());
+            if (!withRaw)
+                row[3] = QLatin1StringView();
+            addReading(row, fromZero);
         } catch (const RuntimeError& e) {
             throw atLine(number, e);
         }
