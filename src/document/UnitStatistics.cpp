@@ -56,11 +56,12 @@ bool is(View text, const char16_t (&word)[N])
     return true;
 }
 
-// Whether the raw text holds a three-character exponent mark such as "E-3".
+// Whether the raw text holds a three-character exponent mark such as "E-3". Searched from
+// the back: where a raw text has a mark, it ends with it.
 template <class View>
 bool has(View raw, const char16_t (&mark)[4])
 {
-    for (qsizetype i = 0; i + 3 <= raw.size(); ++i) {
+    for (qsizetype i = raw.size() - 3; i >= 0; --i) {
         if (at(raw, i) == mark[0] && at(raw, i + 1) == mark[1] && at(raw, i + 2) == mark[2])
             return true;
     }
