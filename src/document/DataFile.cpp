@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #if defined(__SSE2__)
@@ -284,41 +285,37 @@ RuntimeError LineLengthCheck::tooLongAt(qint64 offset) const
     return lineTooLong(1);
 }
 
-// A file's whole content: mapped into memory where the system allows, read otherwise.
+// A file's whole content, read in one piece into memory that the document's row store can
+// keep: the rows read from it refer to their texts there instead of copying them.
 class FileContent {
 public:
-    explicit FileContent(QFile& file) : m_file(file)
+    explicit FileContent(QFile& file)
     {
         const qint64 size = file.size();
         if (size > DataFileMaxBytes)
             throw RuntimeError(QStringLiteral("The file is too large to be a data file (more than %1 bytes).")
                                    .arg(DataFileMaxBytes));
-        if (size > 0) {
-            if (uchar* mapped = file.map(0, size)) {
-                m_mapped = mapped;
-                m_view = QByteArrayView(reinterpret_cast<const char*>(mapped), size);
-                return;
-            }
+        if (size == 0)
+            return;
+        std::shared_ptr<char[]> bytes(new char[static_cast<std::size_t>(size)]); // not zero-filled: read over
+        qint64 got = 0;
+        while (got < size) {
+            const qint64 n = file.read(bytes.get() + got, size - got);
+            if (n < 0)
+                throw RuntimeError(QStringLiteral("The file cannot be read: %1").arg(file.errorString()));
+            if (n == 0)
+                break; // shorter than it was a moment ago: what there is
+            got += n;
         }
-        m_read = file.readAll();
-        if (file.error() != QFileDevice::NoError)
-            throw RuntimeError(QStringLiteral("The file cannot be read: %1").arg(file.errorString()));
-        m_view = m_read;
-    }
-    FileContent(const FileContent&) = delete;
-    FileContent& operator=(const FileContent&) = delete;
-    ~FileContent()
-    {
-        if (m_mapped)
-            m_file.unmap(m_mapped);
+        m_view = QByteArrayView(bytes.get(), got);
+        m_bytes = std::move(bytes);
     }
 
     QByteArrayView view() const { return m_view; }
+    std::shared_ptr<const char[]> bytes() const { return m_bytes; }
 
 private:
-    QFile& m_file;
-    uchar* m_mapped = nullptr;
-    QByteArray m_read;
+    std::shared_ptr<const char[]> m_bytes;
     QByteArrayView m_view;
 };
 
@@ -650,9 +647,11 @@ void DataDocument::readDataFile(const QString& path)
     const int fieldCount = withRaw ? 4 : 3;
     const bool fromZero = labelsFromZero(); // the file's meter model holds for all its rows
 
-    // Room for the rows the file probably holds, so the columns grow once.
-    const int expected = static_cast<int>(std::min<qint64>(file.size() / 24 + 32, MaxReadings));
-    d->cells.reserve(expected, static_cast<std::size_t>(file.size()));
+    // Room for the rows the file probably holds, so the columns grow once. Their texts stay
+    // where they are in the file's content, which the row store takes.
+    const int expected = static_cast<int>(std::min<qint64>(content.view().size() / 24 + 32, MaxReadings));
+    d->cells.reserve(expected, 0);
+    d->cells.adoptContent(content.bytes(), static_cast<std::size_t>(content.view().size()));
     d->label.reserve(static_cast<std::size_t>(expected));
     d->number.reserve(static_cast<std::size_t>(expected));
 

@@ -4,11 +4,13 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <type_traits>
 
 namespace quvo {
 
 RowStore::RowStore(const RowStore& other)
-    : m_capacity(other.m_used), m_used(other.m_used), m_rows(other.m_rows), m_unused(other.m_unused)
+    : m_capacity(other.m_used), m_used(other.m_used), m_rows(other.m_rows), m_unused(other.m_unused),
+      m_content(other.m_content), m_contentSize(other.m_contentSize)
 {
     if (m_used > 0) {
         m_bytes.reset(new char[m_used]);
@@ -38,7 +40,7 @@ void RowStore::resize(int rows)
 {
     const auto n = static_cast<std::size_t>(std::max(rows, 0));
     for (std::size_t i = n; i < m_rows.size(); ++i)
-        m_unused += m_rows[i].total();
+        m_unused += bufferBytes(m_rows[i]);
     m_rows.resize(n);
 }
 
@@ -49,6 +51,8 @@ void RowStore::clear()
     m_capacity = 0;
     m_used = 0;
     m_unused = 0;
+    m_content.reset();
+    m_contentSize = 0;
 }
 
 void RowStore::reserve(int rows, std::size_t bytes)
@@ -56,6 +60,19 @@ void RowStore::reserve(int rows, std::size_t bytes)
     m_rows.reserve(static_cast<std::size_t>(std::max(rows, 0)));
     if (bytes > m_capacity)
         grow(bytes);
+}
+
+void RowStore::adoptContent(std::shared_ptr<const char[]> content, std::size_t size)
+{
+    if (size >= InContent)
+        return; // rows could not tell it from the buffer: their texts are copied instead
+    // Rows kept in an earlier content get their texts copied to the buffer first.
+    for (Row& r : m_rows) {
+        if ((r.offset & InContent) && r.total() > 0)
+            moveToBuffer(r);
+    }
+    m_content = std::move(content);
+    m_contentSize = size;
 }
 
 namespace {
@@ -103,6 +120,34 @@ int leadingInOnePiece(const std::array<QStringView, RowStore::FieldCount>&)
 }
 } // namespace
 
+void RowStore::moveToBuffer(Row& r)
+{
+    const std::uint32_t n = r.total();
+    if (m_used + n > std::numeric_limits<std::uint32_t>::max() / 2)
+        throw std::length_error("row store too large");
+    if (m_used + n > m_capacity)
+        grow(std::max(m_used + n, m_capacity * 2));
+    std::memcpy(m_bytes.get() + m_used, m_content.get() + (r.offset & ~InContent), n);
+    r.offset = static_cast<std::uint32_t>(m_used);
+    m_used += n;
+}
+
+bool RowStore::keepsInContent(const std::array<QLatin1StringView, FieldCount>& texts, int joined,
+                              std::size_t total) const
+{
+    if (!m_content || total == 0)
+        return false;
+    for (std::size_t f = static_cast<std::size_t>(joined); f < texts.size(); ++f) {
+        if (!texts[f].isEmpty())
+            return false;
+    }
+    // The row's bytes, separators included, must lie in the content (compared as addresses:
+    // the texts may come from anywhere).
+    const auto begin = reinterpret_cast<std::uintptr_t>(texts[0].data());
+    const auto contentBegin = reinterpret_cast<std::uintptr_t>(m_content.get());
+    return total <= m_contentSize && begin >= contentBegin && begin - contentBegin <= m_contentSize - total;
+}
+
 template <class View>
 void RowStore::store(int row, const std::array<View, FieldCount>& texts)
 {
@@ -111,13 +156,26 @@ void RowStore::store(int row, const std::array<View, FieldCount>& texts)
     for (const View t : texts)
         textBytes += static_cast<std::uint32_t>(t.size()); // each at most MaxTextLength
     const std::size_t total = withSeparators(textBytes);
-    const std::uint32_t old = r.total();
+    const int joined = leadingInOnePiece(texts);
+    if constexpr (std::is_same_v<View, QLatin1StringView>) {
+        if (keepsInContent(texts, joined, total)) {
+            m_unused += bufferBytes(r);
+            r.offset = InContent | static_cast<std::uint32_t>(texts[0].data() - m_content.get());
+            for (std::size_t f = 0; f < texts.size(); ++f)
+                r.length[f] = static_cast<std::uint16_t>(texts[f].size());
+            return;
+        }
+    }
+    // A row kept in the content has no place of its own in the buffer to be overwritten.
+    const std::uint32_t old = bufferBytes(r);
+    if (r.offset & InContent)
+        r.offset = 0;
     char* out = nullptr;
     if (total <= old) {
         out = m_bytes.get() + r.offset; // fits where the old texts were
         m_unused += old - total;
     } else {
-        if (m_used + total > std::numeric_limits<std::uint32_t>::max())
+        if (m_used + total > std::numeric_limits<std::uint32_t>::max() / 2) // below InContent
             throw std::length_error("row store too large");
         m_unused += old;
         if (m_used + total > m_capacity)
@@ -132,7 +190,6 @@ void RowStore::store(int row, const std::array<View, FieldCount>& texts)
         return;
 
     // The texts that stand in one piece in one copy, separators included; the rest one by one.
-    const int joined = leadingInOnePiece(texts);
     int f = joined;
     if (joined > 0) {
         const View lastJoined = texts[static_cast<std::size_t>(joined - 1)];
@@ -154,7 +211,7 @@ void RowStore::store(int row, const std::array<View, FieldCount>& texts)
 
 std::size_t RowStore::bytesHeld() const
 {
-    return m_capacity + m_rows.capacity() * sizeof(Row);
+    return m_capacity + m_contentSize + m_rows.capacity() * sizeof(Row);
 }
 
 void RowStore::grow(std::size_t capacity)
@@ -172,9 +229,10 @@ void RowStore::compact()
     std::unique_ptr<char[]> packed(new char[live + 1024]);
     std::size_t used = 0;
     for (Row& r : m_rows) {
-        const std::uint32_t n = r.total();
-        if (n > 0)
-            std::memcpy(packed.get() + used, m_bytes.get() + r.offset, n);
+        const std::uint32_t n = bufferBytes(r);
+        if (n == 0)
+            continue; // empty, or kept in the content
+        std::memcpy(packed.get() + used, m_bytes.get() + r.offset, n);
         r.offset = static_cast<std::uint32_t>(used);
         used += n;
     }

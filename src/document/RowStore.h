@@ -9,6 +9,10 @@
 // A row written again whose texts fit in its old place is overwritten there; otherwise its
 // texts go to the end of the buffer, which is compacted when more than half of it is no
 // longer referenced. Views handed out stay valid until the store is next changed.
+//
+// The rows read from a data file need not be copied at all: the store can take the file's
+// content (adoptContent), and a row whose texts lie in it, as a line's fields do, then refers
+// to them where they stand. The content is never changed, so copies of the store share it.
 
 #include <QLatin1StringView>
 #include <QStringView>
@@ -43,6 +47,8 @@ public:
         m_rows = std::move(other.m_rows);
         other.m_rows.clear();
         m_unused = std::exchange(other.m_unused, 0);
+        m_content = std::move(other.m_content);
+        m_contentSize = std::exchange(other.m_contentSize, 0);
         return *this;
     }
     ~RowStore() = default;
@@ -54,22 +60,27 @@ public:
     void clear();
     void reserve(int rows, std::size_t bytes);
 
+    // Takes a data file's content for setRow to keep rows whose texts lie in it by reference:
+    // the texts one after the other with one character between them (any texts after them
+    // empty), as the fields of a line are. Contents of 2 GB or more are not taken.
+    void adoptContent(std::shared_ptr<const char[]> content, std::size_t size);
+
     QLatin1StringView text(int row, Field field) const
     {
         const Row& r = m_rows[static_cast<std::size_t>(row)];
         const std::uint16_t length = r.length[static_cast<std::size_t>(field)];
         if (length == 0)
             return QLatin1StringView("");
-        std::uint32_t offset = r.offset + static_cast<std::uint32_t>(field); // the separators before it
+        std::uint32_t offset = (r.offset & ~InContent) + static_cast<std::uint32_t>(field); // the separators before it
         for (int f = 0; f < field; ++f)
             offset += r.length[static_cast<std::size_t>(f)];
-        return QLatin1StringView(m_bytes.get() + offset, length);
+        return QLatin1StringView(base(r) + offset, length);
     }
 
     // Stores the four texts of a row. Each must fit Latin-1 and MaxTextLength (the caller
     // checks; characters beyond U+00FF would be cut to their low byte). Texts that follow
     // each other with one character between them, as the fields of a line do, are copied
-    // in one piece.
+    // in one piece, or kept where they stand when that is in the adopted content.
     void setRow(int row, const std::array<QStringView, FieldCount>& texts);
     void setRow(int row, const std::array<QLatin1StringView, FieldCount>& texts);
 
@@ -77,6 +88,9 @@ public:
     std::size_t bytesHeld() const;
 
 private:
+    // A row's offset with this bit set counts in the adopted content instead of the buffer.
+    static constexpr std::uint32_t InContent = 0x8000'0000u;
+
     struct Row {
         std::uint32_t offset = 0;
         std::array<std::uint16_t, FieldCount> length{};
@@ -90,6 +104,12 @@ private:
         return textBytes == 0 ? 0 : textBytes + (FieldCount - 1);
     }
 
+    const char* base(const Row& r) const { return (r.offset & InContent) ? m_content.get() : m_bytes.get(); }
+    // Bytes of the buffer the row holds: none for a row kept in the content.
+    static std::uint32_t bufferBytes(const Row& r) { return (r.offset & InContent) ? 0 : r.total(); }
+    bool keepsInContent(const std::array<QLatin1StringView, FieldCount>& texts, int joined, std::size_t total) const;
+    void moveToBuffer(Row& r);
+
     template <class View>
     void store(int row, const std::array<View, FieldCount>& texts);
     void compact();
@@ -101,6 +121,8 @@ private:
     std::size_t m_used = 0;
     std::vector<Row> m_rows;
     std::size_t m_unused = 0; // bytes of the buffer no row refers to any more
+    std::shared_ptr<const char[]> m_content; // a data file's content, see adoptContent
+    std::size_t m_contentSize = 0;
 };
 
 } // namespace quvo

@@ -9,6 +9,9 @@
 #include <QStringList>
 
 #include <array>
+#include <cstdint>
+#include <cstring>
+#include <memory>
 
 using namespace quvo;
 
@@ -164,4 +167,158 @@ TEST(RowStoreTest, CopiesAreIndependent)
     store.setRow(0, fieldsOf(other));
     EXPECT_EQ(rowTexts(copy, 0), QStringList({"1", "2.5", "VDC", "2.5"}));
     EXPECT_EQ(rowTexts(store, 0), QStringList({"2", "9", "ADC", "9E-3"}));
+}
+
+// --- Rows kept in an adopted data file content ------------------------------------------------
+
+namespace {
+
+// A data file's content as the reader hands it over: shared, never changed.
+struct Content {
+    explicit Content(const QByteArray& bytes) : size(static_cast<std::size_t>(bytes.size()))
+    {
+        std::shared_ptr<char[]> copy(new char[size]);
+        std::memcpy(copy.get(), bytes.constData(), size);
+        data = std::move(copy);
+    }
+    // The four fields of the line that begins at `at`.
+    Latin1Row fieldsAt(qsizetype at) const
+    {
+        const QByteArray view = QByteArray::fromRawData(data.get(), static_cast<qsizetype>(size));
+        qsizetype end = view.indexOf('\r', at);
+        if (end < 0)
+            end = view.size();
+        return fieldsOf(QByteArray::fromRawData(data.get() + at, end - at));
+    }
+    bool holds(QLatin1StringView text) const
+    {
+        const auto p = reinterpret_cast<std::uintptr_t>(text.data());
+        const auto begin = reinterpret_cast<std::uintptr_t>(data.get());
+        return p >= begin && p < begin + size;
+    }
+    std::shared_ptr<const char[]> data;
+    std::size_t size;
+};
+
+const QByteArray TwoLines = "00:00:01,2.626E-3,VDC,2.626E-3\r\n00:00:02,ERROR,,ERROR\r\n";
+
+} // namespace
+
+TEST(RowStoreTest, RowsOfAnAdoptedContentAreNotCopied)
+{
+    const Content content(TwoLines);
+    RowStore store;
+    store.resize(2);
+    store.adoptContent(content.data, content.size);
+    store.setRow(0, content.fieldsAt(0));
+    store.setRow(1, content.fieldsAt(TwoLines.indexOf("00:00:02")));
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
+    EXPECT_EQ(rowTexts(store, 1), QStringList({"00:00:02", "ERROR", "", "ERROR"}));
+    EXPECT_TRUE(content.holds(store.text(0, RowStore::Value)));
+    EXPECT_TRUE(content.holds(store.text(1, RowStore::Raw)));
+}
+
+TEST(RowStoreTest, TextsOutsideTheAdoptedContentOrNotInOnePieceAreCopied)
+{
+    const Content content(TwoLines);
+    RowStore store;
+    store.resize(2);
+    store.adoptContent(content.data, content.size);
+    const QByteArray elsewhere = "1,2,3,4";
+    store.setRow(0, fieldsOf(elsewhere));
+    Latin1Row wrapped = content.fieldsAt(0); // a short line's fields start over: not one piece
+    wrapped[2] = wrapped[0];
+    store.setRow(1, wrapped);
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"1", "2", "3", "4"}));
+    EXPECT_EQ(rowTexts(store, 1), QStringList({"00:00:01", "2.626E-3", "00:00:01", "2.626E-3"}));
+    EXPECT_FALSE(content.holds(store.text(0, RowStore::Time)));
+    EXPECT_FALSE(content.holds(store.text(1, RowStore::Mode)));
+}
+
+// Without a raw text the row still counts a separator after the mode, which must lie in the
+// content: a last line without its line end is copied.
+TEST(RowStoreTest, ThreeFieldsAtTheVeryEndOfTheContentAreCopied)
+{
+    for (const QByteArray& bytes : {QByteArray("1,0.154,VDC\r\n"), QByteArray("1,0.154,VDC")}) {
+        SCOPED_TRACE(bytes.toStdString());
+        const Content content(bytes);
+        RowStore store;
+        store.resize(1);
+        store.adoptContent(content.data, content.size);
+        Latin1Row fields = content.fieldsAt(0);
+        fields[3] = QLatin1StringView();
+        store.setRow(0, fields);
+        EXPECT_EQ(rowTexts(store, 0), QStringList({"1", "0.154", "VDC", ""}));
+        EXPECT_EQ(content.holds(store.text(0, RowStore::Mode)), bytes.endsWith("\r\n"));
+    }
+}
+
+TEST(RowStoreTest, RowsOfTheContentWrittenAgainLeaveTheContentAsItWas)
+{
+    const Content content(TwoLines);
+    RowStore store;
+    store.resize(2);
+    store.adoptContent(content.data, content.size);
+    store.setRow(0, content.fieldsAt(0));
+    store.setRow(1, content.fieldsAt(TwoLines.indexOf("00:00:02")));
+    const QByteArray shorter = "9,1,V,1";
+    store.setRow(0, fieldsOf(shorter));
+    const QByteArray empty = ",,,";
+    store.setRow(1, fieldsOf(empty));
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"9", "1", "V", "1"}));
+    EXPECT_EQ(rowTexts(store, 1), QStringList({"", "", "", ""}));
+    EXPECT_EQ(QByteArray(content.data.get(), static_cast<qsizetype>(content.size)), TwoLines);
+}
+
+TEST(RowStoreTest, CopiesShareTheContentAndOutliveTheOriginal)
+{
+    auto store = std::make_unique<RowStore>();
+    std::unique_ptr<RowStore> copy;
+    {
+        const Content content(TwoLines);
+        store->resize(1);
+        store->adoptContent(content.data, content.size);
+        store->setRow(0, content.fieldsAt(0));
+        copy = std::make_unique<RowStore>(*store);
+    }
+    store.reset(); // the copy alone keeps the content now
+    EXPECT_EQ(rowTexts(*copy, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
+}
+
+TEST(RowStoreTest, AnotherContentTakesTheRowsOfTheFirstIntoTheBuffer)
+{
+    RowStore store;
+    store.resize(2);
+    {
+        const Content first(TwoLines);
+        store.adoptContent(first.data, first.size);
+        store.setRow(0, first.fieldsAt(0));
+    } // the store holds the only reference to the first content now
+    const QByteArray secondLines = "00:00:03,1.5,V,1.5\r\n";
+    const Content second(secondLines);
+    store.adoptContent(second.data, second.size);
+    store.setRow(1, second.fieldsAt(0));
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
+    EXPECT_EQ(rowTexts(store, 1), QStringList({"00:00:03", "1.5", "V", "1.5"}));
+    EXPECT_TRUE(second.holds(store.text(1, RowStore::Time)));
+}
+
+TEST(RowStoreTest, CompactingTheBufferLeavesRowsOfTheContentAlone)
+{
+    const Content content(TwoLines);
+    RowStore store;
+    store.resize(101);
+    store.adoptContent(content.data, content.size);
+    store.setRow(0, content.fieldsAt(0));
+    for (int round = 1; round <= 30; ++round) {
+        for (int row = 1; row <= 100; ++row) {
+            const QByteArray line = QByteArray::number(row) + ',' + QByteArray(round, 'x') + ",V,";
+            store.setRow(row, fieldsOf(line));
+        }
+    }
+    EXPECT_EQ(rowTexts(store, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
+    EXPECT_TRUE(content.holds(store.text(0, RowStore::Time)));
+    for (int row = 1; row <= 100; ++row)
+        ASSERT_EQ(rowTexts(store, row), QStringList({QString::number(row), QString(30, 'x'), "V", ""})) << row;
+    EXPECT_LT(store.bytesHeld(), content.size + std::size_t(100) * 40 * 8);
 }
