@@ -277,6 +277,13 @@ float DataDocument::rowNumber(int row) const
     return d->number[static_cast<std::size_t>(row - 1)];
 }
 
+void DataDocument::Content::setRoom(int dataRows)
+{
+    cells.resize(dataRows);
+    label.resize(static_cast<std::size_t>(dataRows), NoLabel);
+    number.resize(static_cast<std::size_t>(dataRows), std::numeric_limits<float>::quiet_NaN());
+}
+
 void DataDocument::appendGridRow()
 {
     if (d->rows > MaxReadings)

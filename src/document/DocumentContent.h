@@ -83,12 +83,8 @@ struct DataDocument::Content {
         rows = newRows;
     }
 
-    void setRoom(int dataRows)
-    {
-        cells.resize(dataRows);
-        label.resize(static_cast<std::size_t>(dataRows), NoLabel);
-        number.resize(static_cast<std::size_t>(dataRows), std::numeric_limits<float>::quiet_NaN());
-    }
+    // Rarely needed, so kept out of line: resizeGrid stays small enough to be inlined.
+    void setRoom(int dataRows);
 
     void resetGrid(int newRows)
     {
