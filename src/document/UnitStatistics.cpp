@@ -304,45 +304,9 @@ QString extremeText(int kind, bool withNumber, const std::array<QString, 4>& hea
     return fields.join(separator);
 }
 
-void ReadingStatistics::accumulate(double value, std::int32_t row)
+void ReadingStatistics::tooManyToCount()
 {
-    if (numericCount == std::numeric_limits<std::int32_t>::max())
-        throw RuntimeError(QStringLiteral("Too many readings to count."));
-    const auto single = static_cast<float>(value);
-    if (chartMaxRow == 0 || single > chartMaxValue) {
-        chartMaxRow = row;
-        chartMaxValue = single;
-    }
-    if (chartMinRow == 0 || single < chartMinValue) {
-        chartMinRow = row;
-        chartMinValue = single;
-    }
-    if (statusMaxRow == 0 || single > statusMaxValue) {
-        statusMaxRow = row;
-        statusMaxValue = single;
-    }
-    if (statusMinRow == 0 || single < statusMinValue) {
-        statusMinRow = row;
-        statusMinValue = single;
-    }
-    sum += value;
-    ++numericCount;
-}
-
-bool ReadingStatistics::enterUnit(UnitClass unit)
-{
-    if (unit.unitCode != unitCode) {
-        sum = 0;
-        numericCount = 0;
-        statusMaxRow = 0;
-        statusMinRow = 0;
-        unitCode = unit.unitCode;
-        rangeIndex = unit.rangeIndex;
-        return true;
-    }
-    if (unit.rangeIndex > rangeIndex)
-        rangeIndex = unit.rangeIndex;
-    return false;
+    throw RuntimeError(QStringLiteral("Too many readings to count."));
 }
 
 } // namespace quvo

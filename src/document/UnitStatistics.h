@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 
 namespace quvo {
 
@@ -100,13 +101,53 @@ struct ReadingStatistics {
 
     // One numeric reading at `row` (`AccumulateStatistics`): compared in single precision,
     // ties keep the earlier row, the sum takes the unrounded value. Throws RuntimeError when
-    // the numeric count would overflow.
-    void accumulate(double value, std::int32_t row);
+    // the numeric count would overflow. (In the header: it runs for every row of a file.)
+    void accumulate(double value, std::int32_t row)
+    {
+        if (numericCount == std::numeric_limits<std::int32_t>::max())
+            tooManyToCount();
+        const auto single = static_cast<float>(value);
+        if (chartMaxRow == 0 || single > chartMaxValue) {
+            chartMaxRow = row;
+            chartMaxValue = single;
+        }
+        if (chartMinRow == 0 || single < chartMinValue) {
+            chartMinRow = row;
+            chartMinValue = single;
+        }
+        if (statusMaxRow == 0 || single > statusMaxValue) {
+            statusMaxRow = row;
+            statusMaxValue = single;
+        }
+        if (statusMinRow == 0 || single < statusMinValue) {
+            statusMinRow = row;
+            statusMinValue = single;
+        }
+        sum += value;
+        ++numericCount;
+    }
 
     // A reading of unit class `unit` arrives (`SetUnitRange` after the classification). A new
     // class clears the sum, the count and the MAX/MIN rows (not the chart markers) and
     // returns true; the same class only ever raises the range index.
-    bool enterUnit(UnitClass unit);
+    bool enterUnit(UnitClass unit)
+    {
+        if (unit.unitCode != unitCode) {
+            sum = 0;
+            numericCount = 0;
+            statusMaxRow = 0;
+            statusMinRow = 0;
+            unitCode = unit.unitCode;
+            rangeIndex = unit.rangeIndex;
+            return true;
+        }
+        if (unit.rangeIndex > rangeIndex)
+            rangeIndex = unit.rangeIndex;
+        return false;
+    }
+
+private:
+    [[noreturn]] static void tooManyToCount();
 };
 
 } // namespace quvo
