@@ -132,7 +132,7 @@ void RowStore::moveToBuffer(Row& r)
     m_used += n;
 }
 
-bool RowStore::keepsInContent(const std::array<QLatin1StringView, FieldCount>& texts, int joined,
+inline bool RowStore::keepsInContent(const std::array<QLatin1StringView, FieldCount>& texts, int joined,
                               std::size_t total) const
 {
     if (!m_content || total == 0)
