@@ -172,9 +172,10 @@ double readingNumber(QStringView value)
     return readingNumberOf(value);
 }
 
-double readingNumber(QLatin1StringView value)
+void refuseReading(QLatin1StringView value)
 {
-    return readingNumberOf(value);
+    readingNumberOf(value); // throws the reason: not a number, or out of range
+    throw RuntimeError(QStringLiteral("The reading \"%1\" is not a number.").arg(value));
 }
 
 UnitClass classifyUnit(QStringView mode, QStringView raw, QStringView meterModel)

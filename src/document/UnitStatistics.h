@@ -4,11 +4,14 @@
 // the running maxima, minima and sum, and how the average and the MAX/MIN lines are
 // written. DataDocument keeps one ReadingStatistics and calls these.
 
+#include "resources/TextNumber.h"
+
 #include <QLatin1StringView>
 #include <QString>
 #include <QStringView>
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -21,7 +24,7 @@ bool IsReadingValue(QLatin1StringView value);
 // The number of a reading that passed IsReadingValue, as the statistics and the chart use
 // it. Throws RuntimeError when the text is not a number or lies outside single precision.
 double readingNumber(QStringView value);
-double readingNumber(QLatin1StringView value);
+inline double readingNumber(QLatin1StringView value);
 
 // Unit classes of the readings being summed (`UnitCode`).
 namespace UnitCodes {
@@ -149,5 +152,17 @@ struct ReadingStatistics {
 private:
     [[noreturn]] static void tooManyToCount();
 };
+
+// The error of a reading that readingNumber does not take.
+[[noreturn]] void refuseReading(QLatin1StringView value);
+
+// In the header, as a data file's reader calls it for every row.
+inline double readingNumber(QLatin1StringView value)
+{
+    double number = 0;
+    if (parseNumber(value, number) && std::fabs(number) <= std::numeric_limits<float>::max())
+        return number;
+    refuseReading(value);
+}
 
 } // namespace quvo

@@ -127,11 +127,13 @@ bool isNumberCharacter(char16_t u)
     return (u >= u'0' && u <= u'9') || u == u'.' || u == u'+' || u == u'-' || u == u'e' || u == u'E';
 }
 
+} // namespace
+
 // The common short numbers ("2.626E-3", "-0.154") without the general algorithm: up to
 // 15 digits make an integer a double holds exactly, and a power of ten up to 1e22 is exact
 // too, so one multiplication or division rounds once, correctly. Anything else (a long
 // mantissa, a large exponent, an unusual form) is left to std::from_chars.
-bool parseShortDecimal(const char* first, const char* last, double& value)
+bool detail::parseShortDecimal(const char* first, const char* last, double& value)
 {
     static constexpr double PowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
@@ -174,6 +176,8 @@ bool parseShortDecimal(const char* first, const char* last, double& value)
     return true;
 }
 
+namespace {
+
 // The plain decimal form on ASCII characters, for std::from_chars.
 bool parseAscii(const char* first, const char* last, double& value)
 {
@@ -184,7 +188,7 @@ bool parseAscii(const char* first, const char* last, double& value)
             return false;
     }
     double parsed = 0;
-    if (parseShortDecimal(first, last, parsed) && std::isfinite(parsed)) {
+    if (detail::parseShortDecimal(first, last, parsed) && std::isfinite(parsed)) {
         value = parsed;
         return true;
     }
@@ -227,15 +231,10 @@ bool parseNumber(QStringView text, double& value)
     return parseAscii(buffer, buffer + size, value);
 }
 
-bool parseNumber(QLatin1StringView text, double& value)
+bool detail::parseNumberInFull(QLatin1StringView text, double& value)
 {
     const char* chars = text.data();
     qsizetype size = text.size();
-    // A usual reading ("2.626E-3", "-0.154") in one pass. What the short form takes has no
-    // blank to trim, no "+" in front and only number characters, so the checks below would
-    // pass it unchanged to the same conversion; anything else takes them.
-    if (size > 0 && parseShortDecimal(chars, chars + size, value))
-        return true;
     trimBlanks(chars, size);
     if (size == 0 || size > 512)
         return false;

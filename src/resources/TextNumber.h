@@ -29,7 +29,7 @@ bool parseNumber(const QString& text, double& value);
 // The same rules on a view, without the detour through QString::toDouble: for reading
 // many numbers quickly (a data file holds up to 32767 of them).
 bool parseNumber(QStringView text, double& value);
-bool parseNumber(QLatin1StringView text, double& value);
+inline bool parseNumber(QLatin1StringView text, double& value);
 
 // "True" / "False" in any letter case, or a number (non-zero is true).
 bool toBoolean(const QString& text);
@@ -58,5 +58,22 @@ QString formatAxisScientific(double value);
 
 // The shortest text that reads back as the same single-precision number ("59999", "0.1").
 QString shortestSingleText(float value);
+
+namespace detail {
+// The usual short decimal ("2.626E-3", "-0.154": up to 15 digits, an exponent within ±22,
+// no blanks, no "+" in front) in one pass; false for anything else.
+bool parseShortDecimal(const char* first, const char* last, double& value);
+// parseNumber on single-byte text the general way: blanks trimmed, characters checked.
+bool parseNumberInFull(QLatin1StringView text, double& value);
+} // namespace detail
+
+// In the header, as a data file's reader calls it for every row: the usual reading in one
+// call. What the short form takes would pass the general way's checks unchanged and come to
+// the same conversion; anything else takes the general way.
+inline bool parseNumber(QLatin1StringView text, double& value)
+{
+    return (!text.isEmpty() && detail::parseShortDecimal(text.data(), text.data() + text.size(), value))
+           || detail::parseNumberInFull(text, value);
+}
 
 } // namespace quvo
