@@ -133,7 +133,7 @@ void RowStore::moveToBuffer(Row& r)
 }
 
 inline bool RowStore::keepsInContent(const std::array<QLatin1StringView, FieldCount>& texts, int joined,
-                              std::size_t total) const
+                                     std::size_t total) const
 {
     if (!m_content || total == 0)
         return false;
@@ -229,10 +229,11 @@ void RowStore::compact()
     std::unique_ptr<char[]> packed(new char[live + 1024]);
     std::size_t used = 0;
     for (Row& r : m_rows) {
-        const std::uint32_t n = bufferBytes(r);
-        if (n == 0)
-            continue; // empty, or kept in the content
-        std::memcpy(packed.get() + used, m_bytes.get() + r.offset, n);
+        if (r.offset & InContent)
+            continue; // kept in the content, which never moves
+        const std::uint32_t n = r.total();
+        if (n > 0)
+            std::memcpy(packed.get() + used, m_bytes.get() + r.offset, n);
         r.offset = static_cast<std::uint32_t>(used);
         used += n;
     }
