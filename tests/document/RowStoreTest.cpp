@@ -196,11 +196,26 @@ struct Content {
         const auto begin = reinterpret_cast<std::uintptr_t>(data.get());
         return p >= begin && p < begin + size;
     }
+    // Makes the store `rows` rows long and hands it this content.
+    void givenTo(RowStore& store, int rows) const
+    {
+        store.resize(rows);
+        store.adoptContent(data, size);
+    }
     std::shared_ptr<const char[]> data;
     std::size_t size;
 };
 
 const QByteArray TwoLines = "00:00:01,2.626E-3,VDC,2.626E-3\r\n00:00:02,ERROR,,ERROR\r\n";
+const QStringList FirstRow = {"00:00:01", "2.626E-3", "VDC", "2.626E-3"};
+const QStringList SecondRow = {"00:00:02", "ERROR", "", "ERROR"};
+
+// Both lines of TwoLines into rows 0 and 1, from the content.
+void storeTwoLines(RowStore& store, const Content& content)
+{
+    store.setRow(0, content.fieldsAt(0));
+    store.setRow(1, content.fieldsAt(TwoLines.indexOf("00:00:02")));
+}
 
 } // namespace
 
@@ -208,12 +223,10 @@ TEST(RowStoreTest, RowsOfAnAdoptedContentAreNotCopied)
 {
     const Content content(TwoLines);
     RowStore store;
-    store.resize(2);
-    store.adoptContent(content.data, content.size);
-    store.setRow(0, content.fieldsAt(0));
-    store.setRow(1, content.fieldsAt(TwoLines.indexOf("00:00:02")));
-    EXPECT_EQ(rowTexts(store, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
-    EXPECT_EQ(rowTexts(store, 1), QStringList({"00:00:02", "ERROR", "", "ERROR"}));
+    content.givenTo(store, 2);
+    storeTwoLines(store, content);
+    EXPECT_EQ(rowTexts(store, 0), FirstRow);
+    EXPECT_EQ(rowTexts(store, 1), SecondRow);
     EXPECT_TRUE(content.holds(store.text(0, RowStore::Value)));
     EXPECT_TRUE(content.holds(store.text(1, RowStore::Raw)));
 }
@@ -222,8 +235,7 @@ TEST(RowStoreTest, TextsOutsideTheAdoptedContentOrNotInOnePieceAreCopied)
 {
     const Content content(TwoLines);
     RowStore store;
-    store.resize(2);
-    store.adoptContent(content.data, content.size);
+    content.givenTo(store, 2);
     const QByteArray elsewhere = "1,2,3,4";
     store.setRow(0, fieldsOf(elsewhere));
     Latin1Row wrapped = content.fieldsAt(0); // a short line's fields start over: not one piece
@@ -243,8 +255,7 @@ TEST(RowStoreTest, ThreeFieldsAtTheVeryEndOfTheContentAreCopied)
         SCOPED_TRACE(bytes.toStdString());
         const Content content(bytes);
         RowStore store;
-        store.resize(1);
-        store.adoptContent(content.data, content.size);
+        content.givenTo(store, 1);
         Latin1Row fields = content.fieldsAt(0);
         fields[3] = QLatin1StringView();
         store.setRow(0, fields);
@@ -257,10 +268,8 @@ TEST(RowStoreTest, RowsOfTheContentWrittenAgainLeaveTheContentAsItWas)
 {
     const Content content(TwoLines);
     RowStore store;
-    store.resize(2);
-    store.adoptContent(content.data, content.size);
-    store.setRow(0, content.fieldsAt(0));
-    store.setRow(1, content.fieldsAt(TwoLines.indexOf("00:00:02")));
+    content.givenTo(store, 2);
+    storeTwoLines(store, content);
     const QByteArray shorter = "9,1,V,1";
     store.setRow(0, fieldsOf(shorter));
     const QByteArray empty = ",,,";
@@ -276,13 +285,12 @@ TEST(RowStoreTest, CopiesShareTheContentAndOutliveTheOriginal)
     std::unique_ptr<RowStore> copy;
     {
         const Content content(TwoLines);
-        store->resize(1);
-        store->adoptContent(content.data, content.size);
+        content.givenTo(*store, 1);
         store->setRow(0, content.fieldsAt(0));
         copy = std::make_unique<RowStore>(*store);
     }
     store.reset(); // the copy alone keeps the content now
-    EXPECT_EQ(rowTexts(*copy, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
+    EXPECT_EQ(rowTexts(*copy, 0), FirstRow);
 }
 
 TEST(RowStoreTest, AnotherContentTakesTheRowsOfTheFirstIntoTheBuffer)
@@ -298,7 +306,7 @@ TEST(RowStoreTest, AnotherContentTakesTheRowsOfTheFirstIntoTheBuffer)
     const Content second(secondLines);
     store.adoptContent(second.data, second.size);
     store.setRow(1, second.fieldsAt(0));
-    EXPECT_EQ(rowTexts(store, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
+    EXPECT_EQ(rowTexts(store, 0), FirstRow);
     EXPECT_EQ(rowTexts(store, 1), QStringList({"00:00:03", "1.5", "V", "1.5"}));
     EXPECT_TRUE(second.holds(store.text(1, RowStore::Time)));
 }
@@ -307,8 +315,7 @@ TEST(RowStoreTest, CompactingTheBufferLeavesRowsOfTheContentAlone)
 {
     const Content content(TwoLines);
     RowStore store;
-    store.resize(101);
-    store.adoptContent(content.data, content.size);
+    content.givenTo(store, 101);
     store.setRow(0, content.fieldsAt(0));
     for (int round = 1; round <= 30; ++round) {
         for (int row = 1; row <= 100; ++row) {
@@ -316,7 +323,7 @@ TEST(RowStoreTest, CompactingTheBufferLeavesRowsOfTheContentAlone)
             store.setRow(row, fieldsOf(line));
         }
     }
-    EXPECT_EQ(rowTexts(store, 0), QStringList({"00:00:01", "2.626E-3", "VDC", "2.626E-3"}));
+    EXPECT_EQ(rowTexts(store, 0), FirstRow);
     EXPECT_TRUE(content.holds(store.text(0, RowStore::Time)));
     for (int row = 1; row <= 100; ++row)
         ASSERT_EQ(rowTexts(store, row), QStringList({QString::number(row), QString(30, 'x'), "V", ""})) << row;
