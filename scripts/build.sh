@@ -11,6 +11,14 @@ case "$flavour" in
   *) echo "usage: $0 [release|sanitize]" >&2; exit 2 ;;
 esac
 
+# A compiler cache, when one is installed, makes rebuilds after a switch of branch or a
+# fresh checkout short; the paths are taken relative to the checkout so that copies of it
+# in other folders share the cache.
+if command -v ccache >/dev/null 2>&1; then
+  args+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+  export CCACHE_BASEDIR="$PWD"
+fi
+
 if [ ! -f "$dir/CMakeCache.txt" ]; then
   cmake -S . -B "$dir" "${args[@]}" >/dev/null
 fi
