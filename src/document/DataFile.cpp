@@ -48,6 +48,13 @@ void splitInto(View line, int count, View* fields)
 
 } // namespace
 
+float windowTwipsInRange(double twips)
+{
+    if (!(twips > 0)) // also a NaN
+        return 0;
+    return static_cast<float>(std::min(twips, static_cast<double>(DataFileMaxWindowTwips)));
+}
+
 void splitFields(QStringView line, int count, QStringView* fields)
 {
     splitInto(line, count, fields);
@@ -421,8 +428,10 @@ QByteArray DataDocument::dataFileBytes()
     else
         out.field(d->modelCopy);
     out.endLine();
-    // 2: window size of the normal state and 0 normal / 2 maximized.
-    out.line({shortestSingleText(d->windowWidth), shortestSingleText(d->windowHeight),
+    // 2: window size of the normal state (kept within what a reader takes) and 0 normal /
+    // 2 maximized.
+    out.line({shortestSingleText(windowTwipsInRange(d->windowWidth)),
+              shortestSingleText(windowTwipsInRange(d->windowHeight)),
               d->windowState == 2 ? QStringLiteral("2") : QStringLiteral("0")});
     const TimeTexts& i = d->interval;
     out.line({i.days, i.hours, i.minutes, i.seconds});
@@ -565,12 +574,13 @@ void DataDocument::readDataFile(const QString& path)
         d->statsByUnit = 1;
     }
 
-    // Line 2: window size and state.
+    // Line 2: window size and state. A size beyond the 16-bit range is taken as the
+    // largest size a file keeps rather than refused (see windowTwipsInRange).
     QStringView line = header(2);
     splitFields(line, 3, f.data());
     atLineOf(2, [&] {
-        const std::int16_t width = toInt16(f[0].toString());
-        const std::int16_t height = toInt16(f[1].toString());
+        const std::int16_t width = roundToInt16(windowTwipsInRange(toDouble(f[0].toString())));
+        const std::int16_t height = roundToInt16(windowTwipsInRange(toDouble(f[1].toString())));
         const std::int16_t windowState = toInt16(f[2].toString());
         if (windowState < 0 || windowState > 2)
             throw RuntimeError(QStringLiteral("The window state \"%1\" is not 0, 1 or 2.").arg(f[2]));

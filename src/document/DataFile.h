@@ -23,6 +23,14 @@ constexpr int DataFileMaxLineLength = 4096; // characters, without CR LF
 // Nothing larger can be a data file: every line at its longest, every row filled.
 constexpr qint64 DataFileMaxBytes = qint64(DataFileHeaderLines + MaxReadings) * (DataFileMaxLineLength + 2);
 
+// The window size on line 2, in twips, is written within 0..32767: the range of the 16-bit
+// numbers every reader of these files takes. A window larger than that (about 2185 pixels
+// at 96 DPI) is written as 32767. On reading, any number is taken and brought into the same
+// range, so files that hold a larger size (written before the size was kept in range) open;
+// the window then makes itself no larger than the room it has.
+constexpr float DataFileMaxWindowTwips = 32767;
+float windowTwipsInRange(double twips);
+
 // Splits a line at "," into `count` fields. When the line has fewer fields than asked, the
 // next fields start again from the beginning of the line: "a,b" split into 4 gives "a",
 // "b", "a", "b". A line ending in "," gives an empty field before the wrap.

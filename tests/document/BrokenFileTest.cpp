@@ -186,7 +186,7 @@ TEST_F(BrokenFileTest, FieldsThatDoNotConvert)
     };
     const Case cases[] = {
         {2, "wide,6000,0", "Line 2: \"wide\" is not a number."},
-        {2, "90000,6000,0", "Line 2: The number \"90000\" is out of range."},
+        {2, "9000,1e,0", "Line 2: \"1e\" is not a number."},
         {2, "9000,6000,5", "Line 2: The window state \"5\" is not 0, 1 or 2."},
         {4, "Maybe,00,01,00,00", "Line 4: \"Maybe\" is neither True nor False."},
         {5, "abc", "Line 5: \"abc\" is not a number."},

@@ -386,6 +386,49 @@ TEST_F(DataFileTest, SaveThenOpenKeepsEverything)
     EXPECT_EQ(readFile(savedBy(*back, QStringLiteral("all2.CSV"))), readFile(target));
 }
 
+TEST_F(DataFileTest, AWindowTooLargeForAFileIsWrittenAtTheLargestSize)
+{
+    // A maximised window's normal size on a 4K screen: 3000 x 2000 pixels at 96 DPI.
+    auto doc = threeReadings();
+    doc->setNormalSize(45000, 30000);
+    doc->setWindowState(2);
+    const QString target = savedBy(*doc, QStringLiteral("wide.CSV"));
+    const QList<QByteArray> lines = readFile(target).split('\n');
+    ASSERT_GT(lines.size(), 2);
+    EXPECT_EQ(lines.at(1), QByteArray("32767,30000,2\r"));
+
+    auto back = openedDocument(target);
+    EXPECT_TRUE(prompter.messages.isEmpty()) << prompter.messageTexts().join(QStringLiteral("|")).toStdString();
+    EXPECT_EQ(back->GetDatacount(), 3);
+    EXPECT_EQ(back->windowWidth(), 32767.0f);
+    EXPECT_EQ(back->windowHeight(), 30000.0f);
+    EXPECT_EQ(back->windowState(), 2);
+}
+
+TEST_F(DataFileTest, SizesOutsideTheSixteenBitRangeAreReadAtItsEnds)
+{
+    // Files written before the sizes were kept in range, and sizes no window has.
+    const struct {
+        const char* line2;
+        float width, height;
+    } cases[] = {
+        {"35040,20000,2", 32767, 20000}, {"35040.5,1E9,0", 32767, 32767}, {"-15,6000,0", 0, 6000},
+        {"9000.5,6000.5,0", 9000, 6000}, // halves to the even neighbour, as before
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.line2);
+        QStringList lines = header("21,0", "00,00,00,05", "True,00,01,00,00");
+        lines[1] = QString::fromLatin1(c.line2);
+        lines << QStringLiteral("12:00:00,1.5,VDC,1.5");
+        auto doc = openedDocument(writeFile(QStringLiteral("old.CSV"), crlf(lines)));
+        EXPECT_TRUE(prompter.messages.isEmpty()) << prompter.messageTexts().join(QStringLiteral("|")).toStdString();
+        EXPECT_EQ(doc->GetDatacount(), 1);
+        EXPECT_EQ(doc->windowWidth(), c.width);
+        EXPECT_EQ(doc->windowHeight(), c.height);
+        prompter.messages.clear();
+    }
+}
+
 TEST_F(DataFileTest, SameBytesUnderDecimalCommaLocale)
 {
     auto plain = threeReadings();
