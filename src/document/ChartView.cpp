@@ -58,7 +58,60 @@ void fillConstant(QCPGraph* graph, double value)
         it->value = value;
 }
 
+// Keeps the markers of a series at least their own size apart: one that would be drawn over
+// the one before it is left out.
+class MarkerSpacing {
+public:
+    MarkerSpacing(const QCPAxis* keyAxis, const QCPAxis* valueAxis, double size)
+        : m_toX(keyAxis), m_toY(valueAxis), m_spacing(std::max(1.0, size))
+    {
+    }
+    bool take(const QCPGraphData& point)
+    {
+        const double x = m_toX(point.key);
+        const double y = m_toY(point.value);
+        if (m_any && std::abs(x - m_lastX) < m_spacing && std::abs(y - m_lastY) < m_spacing)
+            return false;
+        m_lastX = x;
+        m_lastY = y;
+        m_any = true;
+        return true;
+    }
+
+private:
+    LinearMap m_toX;
+    LinearMap m_toY;
+    double m_spacing;
+    double m_lastX = 0, m_lastY = 0;
+    bool m_any = false;
+};
+
+// The plot area grown by what a series draws around a point on its edge: half its line,
+// or half its marker and the marker's outline.
+QRect clipAroundPlot(const QRect& plot, const QCPGraph& graph)
+{
+    double reach = graph.pen().widthF() / 2;
+    const QCPScatterStyle& scatter = graph.scatterStyle();
+    if (!scatter.isNone()) {
+        const double outline = scatter.isPenDefined() ? scatter.pen().widthF() : graph.pen().widthF();
+        reach = std::max(reach, scatter.size() / 2 + std::max(1.0, outline));
+    }
+    const int r = static_cast<int>(std::ceil(reach)) + 1;
+    return plot.adjusted(-r, -r, r, r);
+}
+
 } // namespace
+
+bool isLonePoint(const QCPGraphDataContainer& data, int index)
+{
+    const int size = data.size();
+    if (index < 0 || index >= size)
+        return false;
+    const auto at = [&data](int i) { return (data.constBegin() + i)->value; };
+    if (qIsNaN(at(index)))
+        return false;
+    return (index == 0 || qIsNaN(at(index - 1))) && (index == size - 1 || qIsNaN(at(index + 1)));
+}
 
 // --- CategoryTicker ------------------------------------------------------------------------
 
@@ -80,6 +133,17 @@ void CategoryTicker::setDivisions(bool automatic, int perLabel, int perTick)
     m_automatic = automatic;
     m_perLabel = std::max(1, perLabel);
     m_perTick = std::max(1, perTick);
+}
+
+int CategoryTicker::labelWidth(int first, int last) const
+{
+    const QFontMetrics metrics(m_axis ? m_axis->tickLabelFont() : QFont());
+    int widest = metrics.horizontalAdvance(QStringLiteral("0000"));
+    if (m_label && m_shownCount > 0 && first <= last) {
+        widest = std::max(widest, metrics.horizontalAdvance(m_label(std::clamp(first, 1, m_shownCount))));
+        widest = std::max(widest, metrics.horizontalAdvance(m_label(std::clamp(last, 1, m_shownCount))));
+    }
+    return widest;
 }
 
 int CategoryTicker::strideFor(int step, double pixelsPerCategory, double minimumPixels)
@@ -114,30 +178,39 @@ void CategoryTicker::generate(const QCPRange& range, const QLocale&, QChar, int,
     double pixels = 0;
     if (m_axis && m_axis->axisRect())
         pixels = m_axis->orientation() == Qt::Horizontal ? m_axis->axisRect()->width() : m_axis->axisRect()->height();
+    m_axisPixels = pixels;
     const double perCategory = range.size() > 0 ? pixels / range.size() : 0;
 
-    // Labels of one document are alike (times, or record numbers): the first and the last
-    // shown label stand for all of them.
     const QFontMetrics metrics(m_axis ? m_axis->tickLabelFont() : QFont());
-    int widest = metrics.horizontalAdvance(QStringLiteral("0000"));
-    if (m_label && m_shownCount > 0) {
-        widest = std::max(widest, metrics.horizontalAdvance(m_label(std::min(first, m_shownCount))));
-        widest = std::max(widest, metrics.horizontalAdvance(m_label(std::min(last, m_shownCount))));
-    }
-    const double labelPixels = widest + metrics.horizontalAdvance(QStringLiteral("  "));
-
-    m_labelStride = strideFor(m_automatic ? 1 : m_perLabel, perCategory, labelPixels);
-    m_tickStride = strideFor(m_automatic ? 1 : m_perTick, perCategory, MinimumTickPixels);
+    const int gap = metrics.horizontalAdvance(QStringLiteral("  "));
+    double labelPixels = labelWidth(first, last) + gap;
 
     // Marks count from the first category.
     const auto firstMark = [first](int stride) {
         const int k = (first - 1 + stride - 1) / stride;
         return 1 + k * stride;
     };
+    const auto labelOf = [this](long long p) {
+        return m_label && p <= m_shownCount ? m_label(static_cast<int>(p)) : QString();
+    };
+    // Labels of one document are alike (times, or record numbers), so the first and the
+    // last one shown give the spacing. A wider label among them (a file may hold any time
+    // text) spreads them further.
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        m_labelStride = strideFor(m_automatic ? 1 : m_perLabel, perCategory, labelPixels);
+        int widest = 0;
+        for (long long p = firstMark(m_labelStride); p <= last && tickLabels; p += m_labelStride)
+            widest = std::max(widest, metrics.horizontalAdvance(labelOf(p)));
+        if (widest + gap <= labelPixels)
+            break;
+        labelPixels = widest + gap;
+    }
+    m_tickStride = strideFor(m_automatic ? 1 : m_perTick, perCategory, MinimumTickPixels);
+
     for (long long p = firstMark(m_labelStride); p <= last; p += m_labelStride) {
         ticks.append(static_cast<double>(p));
         if (tickLabels)
-            tickLabels->append(m_label && p <= m_shownCount ? m_label(static_cast<int>(p)) : QString());
+            tickLabels->append(labelOf(p));
     }
     if (subTicks) {
         for (long long p = firstMark(m_tickStride); p <= last; p += m_tickStride)
@@ -273,6 +346,27 @@ void GapGraph::getOptimizedLineData(QVector<QCPGraphData>* lineData,
     flush();
 }
 
+void GapGraph::getOptimizedScatterData(QVector<QCPGraphData>* scatterData, QCPGraphDataContainer::const_iterator begin,
+                                       QCPGraphDataContainer::const_iterator end) const
+{
+    if (!scatterData)
+        return;
+    scatterData->clear();
+    if (!mKeyAxis || !mValueAxis || mScatterStyle.isNone())
+        return;
+    const QCPGraphDataContainer& data = *mDataContainer;
+    MarkerSpacing spacing(mKeyAxis.data(), mValueAxis.data(), mScatterStyle.size());
+    for (auto it = begin; it != end; ++it) {
+        if (isLonePoint(data, static_cast<int>(it - data.constBegin())) && spacing.take(*it))
+            scatterData->append(*it);
+    }
+}
+
+QRect GapGraph::clipRect() const
+{
+    return clipAroundPlot(QCPGraph::clipRect(), *this);
+}
+
 // --- MarkerGraph ---------------------------------------------------------------------------------
 
 MarkerGraph::MarkerGraph(QCPAxis* keyAxis, QCPAxis* valueAxis) : QCPGraph(keyAxis, valueAxis) {}
@@ -288,23 +382,16 @@ void MarkerGraph::getOptimizedScatterData(QVector<QCPGraphData>* scatterData,
     const QCPAxis* valueAxis = mValueAxis.data();
     if (!keyAxis || !valueAxis)
         return;
-    const double spacing = std::max(1.0, mScatterStyle.size());
-    const LinearMap toX(keyAxis);
-    const LinearMap toY(valueAxis);
-    double lastX = 0, lastY = 0;
-    bool any = false;
+    MarkerSpacing spacing(keyAxis, valueAxis, mScatterStyle.size());
     for (auto it = begin; it != end; ++it) {
-        if (qIsNaN(it->value))
-            continue;
-        const double x = toX(it->key);
-        const double y = toY(it->value);
-        if (any && std::abs(x - lastX) < spacing && std::abs(y - lastY) < spacing)
-            continue; // would be drawn over the previous marker
-        scatterData->append(*it);
-        lastX = x;
-        lastY = y;
-        any = true;
+        if (!qIsNaN(it->value) && spacing.take(*it))
+            scatterData->append(*it);
     }
+}
+
+QRect MarkerGraph::clipRect() const
+{
+    return clipAroundPlot(QCPGraph::clipRect(), *this);
 }
 
 // --- ChartView -----------------------------------------------------------------------------------
@@ -314,29 +401,21 @@ ChartView::ChartView(QWidget* parent) : QCustomPlot(parent)
     setObjectName(QStringLiteral("chData"));
     setLocale(QLocale::c());
     setPlottingHints(QCP::phCacheLabels | QCP::phFastPolylines);
-    setBackground(Qt::white);
-    axisRect()->setBackground(Qt::white); // the plot backdrop
 
     // Series 2 and 3: MAX and MIN at every point, as markers without a line. They are made
     // first so that the readings' line is drawn over them.
     m_max = new MarkerGraph(xAxis, yAxis);
     m_max->setName(QStringLiteral("MAX"));
     m_max->setLineStyle(QCPGraph::lsNone);
-    m_max->setPen(QPen(QColor(220, 0, 0), 1));
-    m_max->setScatterStyle(QCPScatterStyle(QCPScatterStyle::ssTriangle, QColor(220, 0, 0), QColor(220, 0, 0), 6));
     m_min = new MarkerGraph(xAxis, yAxis);
     m_min->setName(QStringLiteral("MIN"));
     m_min->setLineStyle(QCPGraph::lsNone);
-    m_min->setPen(QPen(QColor(0, 150, 0), 1));
-    m_min->setScatterStyle(
-        QCPScatterStyle(QCPScatterStyle::ssTriangleInverted, QColor(0, 150, 0), QColor(0, 150, 0), 6));
     m_max->setVisible(false);
     m_min->setVisible(false);
 
-    // Series 1: the readings, pen width 2.
+    // Series 1: the readings, pen width 2; a dot for a reading without neighbours.
     m_line = new GapGraph(xAxis, yAxis);
     m_line->setName(QStringLiteral("Data"));
-    m_line->setPen(QPen(QColor(0, 0, 255), 2));
     m_line->setLineStyle(QCPGraph::lsLine);
     m_line->setAdaptiveSampling(true);
 
@@ -350,19 +429,16 @@ ChartView::ChartView(QWidget* parent) : QCustomPlot(parent)
     xAxis->grid()->setPen(Qt::NoPen);
     xAxis->grid()->setZeroLinePen(Qt::NoPen);
     xAxis->grid()->setSubGridVisible(true);
-    xAxis->grid()->setSubGridPen(QPen(QColor(225, 225, 225), 0, Qt::SolidLine));
 
-    // Y axis: value scale; major grid lines solid, minor ones light grey and dotted.
+    // Y axis: value scale; major grid lines solid, minor ones dotted.
     m_yTicker = QSharedPointer<ValueTicker>::create();
     yAxis->setTicker(m_yTicker);
     yAxis->setNumberFormat(QStringLiteral("g"));
     yAxis->setNumberPrecision(6);
     yAxis->setTickLength(0, 0);
     yAxis->setSubTickLength(0, 0);
-    yAxis->grid()->setPen(QPen(QColor(160, 160, 160), 0, Qt::SolidLine));
     yAxis->grid()->setZeroLinePen(Qt::NoPen);
     yAxis->grid()->setSubGridVisible(true);
-    yAxis->grid()->setSubGridPen(QPen(QColor(200, 200, 200), 0, Qt::DotLine));
 
     // The second Y axis follows the first one; it carries no series and is not shown.
     m_y2Ticker = QSharedPointer<ValueTicker>::create();
@@ -373,7 +449,94 @@ ChartView::ChartView(QWidget* parent) : QCustomPlot(parent)
 
     xAxis->setRange(0.5, 20.5);
     yAxis->setRange(0, 10);
+    applyColours();
+    applyFont();
 }
+
+void ChartView::applyColours()
+{
+    m_colours = chartColours(palette());
+    const ChartColours& c = m_colours;
+    setBackground(c.backdrop);
+    axisRect()->setBackground(c.backdrop); // the plot backdrop
+    for (QCPAxis* axis : {xAxis, yAxis, xAxis2, yAxis2}) {
+        axis->setBasePen(QPen(c.axis, 0));
+        axis->setTickLabelColor(c.text);
+        axis->setLabelColor(c.text);
+    }
+    xAxis->grid()->setSubGridPen(QPen(c.tickGrid, 0, Qt::SolidLine));
+    yAxis->grid()->setPen(QPen(c.majorGrid, 0, Qt::SolidLine));
+    yAxis->grid()->setSubGridPen(QPen(c.minorGrid, 0, Qt::DotLine));
+
+    m_line->setPen(QPen(c.line, 2));
+    m_line->setScatterStyle(QCPScatterStyle(QCPScatterStyle::ssDisc, c.line, c.line, 6));
+    m_max->setPen(QPen(c.max, 1));
+    m_max->setScatterStyle(QCPScatterStyle(QCPScatterStyle::ssTriangle, c.max, c.max, 6));
+    m_min->setPen(QPen(c.min, 1));
+    m_min->setScatterStyle(QCPScatterStyle(QCPScatterStyle::ssTriangleInverted, c.min, c.min, 6));
+}
+
+void ChartView::applyFont()
+{
+    for (QCPAxis* axis : {xAxis, yAxis, xAxis2, yAxis2}) {
+        axis->setTickLabelFont(font());
+        axis->setLabelFont(font());
+    }
+}
+
+void ChartView::changeEvent(QEvent* event)
+{
+    QCustomPlot::changeEvent(event);
+    switch (event->type()) {
+    case QEvent::PaletteChange:
+    case QEvent::StyleChange:
+        applyColours();
+        replot(rpQueuedReplot);
+        break;
+    case QEvent::FontChange:
+        applyFont();
+        replot(rpQueuedReplot);
+        break;
+    default:
+        break;
+    }
+}
+
+void ChartView::paintEvent(QPaintEvent* event)
+{
+    // On another screen, or at another scale, the chart is drawn again at the new pixel
+    // density rather than stretched.
+    if (!qFuzzyCompare(bufferDevicePixelRatio(), devicePixelRatioF())) {
+        setBufferDevicePixelRatio(devicePixelRatioF());
+        replot(rpQueuedRefresh);
+    }
+    QCustomPlot::paintEvent(event);
+}
+
+void ChartView::keepRoomForLabels()
+{
+    // The first and the last label stand centred on the first and last category, half a
+    // category inside the plot: room for half a label on either side keeps them inside the
+    // chart, and half a line of text above keeps the top value label whole.
+    const QFontMetrics metrics(xAxis->tickLabelFont());
+    const int shown = m_document ? m_document->chart().shownCount : 0;
+    const int half = (m_xTicker->labelWidth(1, std::max(1, shown)) + 1) / 2 + 2;
+    const int top = metrics.height() / 2 + 4;
+    constexpr int Least = 15; // the chart's own smallest margin
+    axisRect()->setMinimumMargins(QMargins(std::max(Least, half), std::max(Least, top), std::max(Least, half), Least));
+}
+
+void ChartView::updateLayout()
+{
+    keepRoomForLabels();
+    QCustomPlot::updateLayout();
+    // The axes make their ticks before the layout gives the plot its size. When the plot's
+    // width is not the one the labels were spread for (the chart was resized, maximised,
+    // restored or moved to another scale), lay it out once more for the width it has now.
+    for (int pass = 0; pass < 2 && m_xTicker->axisPixels() != axisRect()->width(); ++pass)
+        QCustomPlot::updateLayout();
+}
+
 
 ChartView::~ChartView() = default;
 

@@ -3,7 +3,8 @@
 // holds (DataDocument::chart(), chartValues(), chartLabel()) and keeps no readings of its
 // own:
 //   series 1  the readings of the sliding window, pen width 2; a reading that is not a number
-//             is a NaN point and breaks the line there;
+//             is a NaN point and breaks the line there; a reading with no reading on either
+//             side (between two gaps, or alone) has no line to show it and gets a dot;
 //   series 2  the chart MAX value at every point, markers only, shown when there is one;
 //   series 3  the chart MIN value at every point, markers only, shown when there is one.
 // The X axis is a category axis (one category per point, labelled with the TIME text, or
@@ -15,6 +16,7 @@
 // only for the categories it labels (never one per point); and series 1 is thinned per pixel
 // column while keeping every gap.
 
+#include "document/ChartColours.h"
 #include "document/DataDocument.h"
 
 #include <QPointer>
@@ -28,7 +30,9 @@ namespace quvo {
 
 // The category axis: a tick mark every `perTick` categories and a label every `perLabel`
 // categories (1 and 1 when automatic), both spread further apart when the axis is too short
-// to show them all without overlapping.
+// to show them all without overlapping. The spacing is worked out for the axis length at
+// the time the ticks are made (axisPixels()); the chart lays itself out again when that
+// length has changed since (a resize, a maximise, a restore, another scale).
 class CategoryTicker : public QCPAxisTicker {
 public:
     explicit CategoryTicker(QCPAxis* axis);
@@ -37,9 +41,15 @@ public:
     void setCategories(int pointCount, int shownCount);
     void setDivisions(bool automatic, int perLabel, int perTick);
 
-    // The spacing in categories actually used at the last generate() (for tests and views).
+    // The spacing in categories actually used at the last generate() (for tests and views),
+    // and the axis length in pixels it was worked out for.
     int labelStride() const { return m_labelStride; }
     int tickStride() const { return m_tickStride; }
+    double axisPixels() const { return m_axisPixels; }
+
+    // The width in pixels the chart keeps free for one label: the widest of the labels that
+    // stand for all of them (the first and the last one shown), at least four digits.
+    int labelWidth(int first, int last) const;
 
     // Ticks carry the labels; sub-ticks mark the tick-mark divisions (drawn as grid lines).
     void generate(const QCPRange& range, const QLocale& locale, QChar formatChar, int precision,
@@ -59,6 +69,7 @@ private:
     int m_perTick = 1;
     int m_labelStride = 1;
     int m_tickStride = 1;
+    double m_axisPixels = -1;
 };
 
 // The value axis: automatic (readable steps chosen by the chart) or custom (the scale split
@@ -88,9 +99,18 @@ private:
     QString m_format;
 };
 
+// True when the point at `index` holds a number and neither neighbour does (or it has
+// none): a line cannot show it, so it is drawn as a dot.
+bool isLonePoint(const QCPGraphDataContainer& data, int index);
+
 // Series 1: a line that breaks at every NaN. When there are more points than pixels, each
 // pixel column is drawn from its first, lowest, highest and last values, and a NaN anywhere
-// in the column still breaks the line there.
+// in the column still breaks the line there. Its scatter style marks the lone points only
+// (isLonePoint), each drawn once per marker width.
+//
+// Every series is clipped a few pixels outside the plot area rather than at its edge: a
+// value on the edge of the scale (the automatic scale often ends on the MAX or MIN value)
+// shows its whole marker and the full width of the line.
 class GapGraph : public QCPGraph {
 public:
     GapGraph(QCPAxis* keyAxis, QCPAxis* valueAxis);
@@ -98,6 +118,9 @@ public:
 protected:
     void getOptimizedLineData(QVector<QCPGraphData>* lineData, const QCPGraphDataContainer::const_iterator& begin,
                               const QCPGraphDataContainer::const_iterator& end) const override;
+    void getOptimizedScatterData(QVector<QCPGraphData>* scatterData, QCPGraphDataContainer::const_iterator begin,
+                                 QCPGraphDataContainer::const_iterator end) const override;
+    QRect clipRect() const override;
 };
 
 // Series 2 and 3: markers without a line. Markers that would fall on top of the one drawn
@@ -110,6 +133,7 @@ public:
 protected:
     void getOptimizedScatterData(QVector<QCPGraphData>* scatterData, QCPGraphDataContainer::const_iterator begin,
                                  QCPGraphDataContainer::const_iterator end) const override;
+    QRect clipRect() const override;
 };
 
 class ChartView : public QCustomPlot {
@@ -132,9 +156,21 @@ public:
     // The same, drawn at once.
     void refreshNow();
 
+    // The colours in use (from the palette, see ChartColours.h).
+    const ChartColours& colours() const { return m_colours; }
+
+protected:
+    // Lays the chart out; again when the ticks were made for another axis length.
+    void updateLayout() override;
+    void changeEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
 private:
     void updateData();
     void updateAxes();
+    void applyColours();
+    void applyFont();
+    void keepRoomForLabels();
 
     QPointer<DataDocument> m_document;
     GapGraph* m_line = nullptr;
@@ -143,6 +179,7 @@ private:
     QSharedPointer<CategoryTicker> m_xTicker;
     QSharedPointer<ValueTicker> m_yTicker;
     QSharedPointer<ValueTicker> m_y2Ticker;
+    ChartColours m_colours;
     // What the marker series hold now, so that they are rewritten only when it changes.
     int m_markerPoints = -1;
     float m_maxValue = 0;

@@ -4,6 +4,7 @@
 
 #include "document/ChartScale.h"
 #include "document/DataDocument.h"
+#include "document/DocumentView.h"
 #include "document/RowStore.h"
 #include "document/UnitStatistics.h"
 
@@ -52,8 +53,8 @@ struct DataDocument::Content {
     int progressMaximum = 100;
     std::array<QString, PanelCount> panels;
 
-    float windowWidth = 9000;  // twips of the normal state
-    float windowHeight = 6000;
+    float windowWidth = DefaultDocumentWidth; // twips of the normal state
+    float windowHeight = DefaultDocumentHeight;
     int windowState = 0;
 
     // The text of a data row's column 1 to 3 (TIME, DATA, MODE).

@@ -21,6 +21,11 @@ struct DocumentDesign {
     double progressHeight = 240;
 };
 
+// The size of a new document window, in twips. The window makes itself wider where its
+// font needs more room for the widest MAX, MIN and AVG texts.
+constexpr double DefaultDocumentWidth = 9000;
+constexpr double DefaultDocumentHeight = 6000;
+
 // Room left under the grid, and right of the chart, in twips.
 constexpr double GridBottomMargin = 480;
 constexpr double ChartRightMargin = 240;

@@ -3,8 +3,11 @@
 #include "document/ChartView.h"
 #include "document/DataDocument.h"
 #include "document/DocumentTableModel.h"
+#include "document/StatusPanel.h"
+#include "document/WidestTexts.h"
 #include "resources/ProgramState.h"
 #include "resources/Prompter.h"
+#include "resources/ResID.h"
 #include "resources/Twips.h"
 
 #include <QAbstractButton>
@@ -17,6 +20,7 @@
 #include <QMdiSubWindow>
 #include <QPainter>
 #include <QProgressBar>
+#include <QScreen>
 #include <QScrollBar>
 #include <QStyleOptionHeader>
 #include <QTableView>
@@ -66,23 +70,27 @@ int stateCode(Qt::WindowStates state)
     return 0;
 }
 
-QLabel* makePanel(QWidget* bar, QHBoxLayout* layout, const QString& name, const QString& text, int width,
-                  bool sunken)
+// The texts a value panel is made wide enough for: each panel of fixed width shows its
+// widest text whole; the MAX, MIN and AVG panels take the room left in their bar, and the
+// window's default width leaves them room for the widest texts the statistics write.
+QStringList panelSamples(const QString& key)
 {
-    auto* label = new QLabel(text, bar);
-    label->setObjectName(name);
-    if (sunken)
-        label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
-    label->setTextFormat(Qt::PlainText);
-    if (width > 0) {
-        label->setFixedWidth(width);
-        layout->addWidget(label);
-    } else {
-        label->setMinimumWidth(0);
-        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-        layout->addWidget(label, 1);
-    }
-    return label;
+    if (key == QLatin1String("Label"))
+        return {ResID(Res::RealtimeData), ResID(Res::LoggingModeData), ResID(Res::SaveModeData)};
+    if (key == QLatin1String("Interval") || key == QLatin1String("Period"))
+        return {QStringLiteral("00d +00h +00m +00s")};
+    if (key == QLatin1String("X") || key == QLatin1String("Y"))
+        return {ResID(Res::Automatic)};
+    if (key == QLatin1String("Max") || key == QLatin1String("Min"))
+        return widestExtremeTexts();
+    if (key == QLatin1String("Avg"))
+        return widestAverageTexts();
+    return {};
+}
+
+bool stretches(const QString& key)
+{
+    return key == QLatin1String("Max") || key == QLatin1String("Min") || key == QLatin1String("Avg");
 }
 
 } // namespace
@@ -98,6 +106,7 @@ frmData::frmData(QWidget* parent) : QWidget(parent)
             QGuiApplication::restoreOverrideCursor();
     });
     build();
+    m_document->setNormalSize(static_cast<float>(defaultWidthTwips()), static_cast<float>(DefaultDocumentHeight));
 
     connect(m_document, &DataDocument::gridReset, this, &frmData::onGridReset);
     connect(m_document, &DataDocument::realtimeRowAdded, this, &frmData::onRealtimeRowAdded);
@@ -134,18 +143,10 @@ void frmData::build()
     // (text and one blank) stands before it.
     const QFontMetrics fm(font());
     const int pad = fm.horizontalAdvance(QStringLiteral("MM"));
-    const int titleWidth = fm.horizontalAdvance(QStringLiteral("LOGGING-mode DATA")) + pad;
-    const int timeWidth = fm.horizontalAdvance(QStringLiteral("00d +00h +00m +00s")) + pad;
-    const int axisWidth = fm.horizontalAdvance(QStringLiteral("Automatic")) + pad;
-
-    struct Panel {
-        const char* key;
-        int width; // 0: takes the room left
-    };
-    const std::initializer_list<Panel> bars[3] = {
-        {{"Label", titleWidth}, {"Max", 0}},
-        {{"Interval", timeWidth}, {"Min", 0}},
-        {{"Period", timeWidth}, {"Avg", 0}, {"X", axisWidth}, {"Y", axisWidth}},
+    const std::initializer_list<const char*> bars[3] = {
+        {"Label", "Max"},
+        {"Interval", "Min"},
+        {"Period", "Avg", "X", "Y"},
     };
     for (int i = 0; i < 3; ++i) {
         auto* bar = new QWidget(this);
@@ -153,16 +154,27 @@ void frmData::build()
         auto* layout = new QHBoxLayout(bar);
         layout->setContentsMargins(2, 1, 2, 1);
         layout->setSpacing(2);
-        for (const Panel& p : bars[i]) {
-            const QString key = QString::fromLatin1(p.key);
+        for (const char* name : bars[i]) {
+            const QString key = QString::fromLatin1(name);
             const QString caption = DataDocument::panelCaption(key);
-            if (!caption.isEmpty())
-                makePanel(bar, layout, key + QStringLiteral("Caption"), caption, fm.horizontalAdvance(caption) + pad / 2,
-                          false);
-            makePanel(bar, layout, key, QString(), p.width, true);
+            if (!caption.isEmpty()) {
+                auto* label = new QLabel(caption, bar);
+                label->setObjectName(key + QStringLiteral("Caption"));
+                label->setTextFormat(Qt::PlainText);
+                layout->addWidget(label);
+            }
+            auto* panel = new StatusPanel(bar);
+            panel->setObjectName(key);
+            if (stretches(key)) {
+                panel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+                layout->addWidget(panel, 1);
+            } else {
+                layout->addWidget(panel);
+            }
         }
         m_statusBars[i] = bar;
     }
+    fitPanels();
 
     m_model = new DocumentTableModel(m_document, this);
     m_grid = new DataGrid(this);
@@ -214,6 +226,52 @@ void frmData::build()
     m_design.chartLeft = m_design.gridLeft + m_design.gridWidth + 60;
 }
 
+void frmData::fitPanels()
+{
+    int widestBar = 0;
+    int narrowestBar = 0;
+    for (QWidget* bar : m_statusBars) {
+        auto* layout = static_cast<QHBoxLayout*>(bar->layout());
+        const QMargins margins = layout->contentsMargins();
+        int fixed = margins.left() + margins.right() + layout->spacing() * (layout->count() - 1);
+        int stretching = 0;
+        int leastStretching = 0;
+        for (int i = 0; i < layout->count(); ++i) {
+            QWidget* widget = layout->itemAt(i)->widget();
+            const QFontMetrics fm = widget->fontMetrics();
+            const int spare = fm.horizontalAdvance(QStringLiteral("M"));
+            if (auto* panel = qobject_cast<StatusPanel*>(widget)) {
+                int need = 0;
+                for (const QString& sample : panelSamples(panel->objectName()))
+                    need = std::max(need, panel->widthFor(sample));
+                if (stretches(panel->objectName())) {
+                    // However narrow the window, a few characters and the "…" stay.
+                    const int least = panel->widthFor(QStringLiteral("0000") + QChar(0x2026));
+                    panel->setMinimumWidth(least);
+                    leastStretching += least;
+                    stretching = std::max(stretching, need);
+                } else {
+                    panel->setFixedWidth(need + spare);
+                    fixed += need + spare;
+                }
+            } else if (auto* caption = qobject_cast<QLabel*>(widget)) {
+                const int need = fm.horizontalAdvance(caption->text()) + spare / 2;
+                caption->setFixedWidth(need);
+                fixed += need;
+            }
+        }
+        widestBar = std::max(widestBar, fixed + stretching);
+        narrowestBar = std::max(narrowestBar, fixed + leastStretching);
+    }
+    m_panelsWidth = widestBar;
+    setMinimumWidth(narrowestBar);
+}
+
+double frmData::defaultWidthTwips() const
+{
+    return std::max(static_cast<double>(DefaultDocumentWidth), pixelsToTwips(m_panelsWidth, logicalDpiX()));
+}
+
 QString frmData::Tag() const
 {
     return m_document->Tag();
@@ -242,10 +300,10 @@ void frmData::SetRealtimeCommands(bool running)
     onScrollChanged();
 }
 
-QLabel* frmData::panel(const QString& key) const
+StatusPanel* frmData::panel(const QString& key) const
 {
     for (QWidget* bar : m_statusBars) {
-        if (auto* label = bar->findChild<QLabel*>(key, Qt::FindDirectChildrenOnly))
+        if (auto* label = bar->findChild<StatusPanel*>(key, Qt::FindDirectChildrenOnly))
             return label;
     }
     return nullptr;
@@ -326,20 +384,38 @@ void frmData::rememberNormalSize()
         m_document->setNormalSize(static_cast<float>(widthTwips()), static_cast<float>(heightTwips()));
 }
 
+QSize frmData::roomForWindow() const
+{
+    if (m_frame && m_frame->parentWidget())
+        return m_frame->parentWidget()->size(); // the document area's viewport
+    const QScreen* screen = this->screen();
+    return screen ? screen->availableGeometry().size() : QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+}
+
 void frmData::applyDocumentSize()
 {
     const int state = m_document->windowState();
+    const QSize room = roomForWindow();
     if (m_frame) {
         m_frame->setWindowState(m_frame->windowState() & ~(Qt::WindowMinimized | Qt::WindowMaximized));
-        m_frame->resize(m_frame->sizeHint()); // this window's size hint plus the frame
+        m_frame->resize(m_frame->sizeHint().boundedTo(room)); // this window's size hint plus the frame
     } else {
-        resize(sizeHint());
+        resize(sizeHint().boundedTo(room));
     }
     QWidget* target = m_frame ? m_frame.data() : (isWindow() ? this : nullptr);
     if (target && state == 1)
         target->setWindowState(target->windowState() | Qt::WindowMinimized);
     else if (target && state == 2)
         target->setWindowState(target->windowState() | Qt::WindowMaximized);
+}
+
+void frmData::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (m_grid && (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)) {
+        fitPanels();
+        relayout();
+    }
 }
 
 void frmData::resizeEvent(QResizeEvent* event)
@@ -412,7 +488,8 @@ void frmData::onScrollChanged()
 {
     const ScrollRange& s = m_document->scrollRange();
     m_syncingScroll = true;
-    m_scroll->setRange(0, s.maximum);
+    // A scroll bar with nothing to scroll shows no thumb of an earlier range.
+    m_scroll->setRange(0, s.enabled ? s.maximum : 0);
     m_scroll->setValue(s.value);
     m_syncingScroll = false;
     m_scroll->setEnabled(s.enabled && !m_running);
@@ -433,8 +510,8 @@ void frmData::onProgressChanged()
 
 void frmData::onPanelTextChanged(const QString& key, const QString& text)
 {
-    if (QLabel* label = panel(key))
-        label->setText(text);
+    if (StatusPanel* label = panel(key))
+        label->showText(text);
 }
 
 bool frmData::eventFilter(QObject* watched, QEvent* event)

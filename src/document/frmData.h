@@ -16,6 +16,7 @@
 // top-level window) the main window may report the state with setFrameWindowState().
 
 #include "document/DocumentView.h"
+#include "document/StatusPanel.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -65,15 +66,20 @@ public:
     int frameWindowState() const;
 
     // Resizes the window (its frame, when it has one) to the size and state the document
-    // holds: a data file that was opened carries them.
+    // holds: a data file that was opened carries them. The window is made no larger than
+    // the room it has (the main window's document area, or the screen).
     void applyDocumentSize();
+
+    // The width a new window is given, in twips: the designed width, or more where the
+    // font needs it for the widest MAX, MIN and AVG texts.
+    double defaultWidthTwips() const;
 
     // The controls, for the main window and tests.
     QTableView* grid() const { return m_grid; }
     ChartView* chart() const { return m_chart; }
     QScrollBar* scrollBar() const { return m_scroll; }
     QProgressBar* progressBar() const { return m_progress; }
-    QLabel* panel(const QString& key) const;
+    StatusPanel* panel(const QString& key) const;
 
     // The layout in twips last applied, and the design it was computed from.
     const DocumentPlacement& placement() const { return m_placement; }
@@ -93,11 +99,14 @@ signals:
 protected:
     void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void build();
+    void fitPanels();
+    QSize roomForWindow() const;
     void watchFrame();
     void relayout();
     void onGridReset();
@@ -120,6 +129,7 @@ private:
     std::function<void()> m_save;
     DocumentDesign m_design;
     DocumentPlacement m_placement;
+    int m_panelsWidth = 0; // pixels the status bars need for the widest texts
     bool m_running = false;
     bool m_syncingScroll = false;
     bool m_active = false;

@@ -3,12 +3,14 @@
 
 #include "UiTestSupport.h"
 
+#include "document/ChartColours.h"
 #include "document/ChartView.h"
 #include "document/DataDocument.h"
 #include "document/DocumentTableModel.h"
 #include "document/frmData.h"
 #include "resources/Constant.h"
 #include "resources/ResID.h"
+#include "resources/TextNumber.h"
 #include "resources/Twips.h"
 #include "support/ScriptedPrompter.h"
 #include "support/TestHelpers.h"
@@ -22,6 +24,7 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTableView>
+#include <QTemporaryDir>
 
 #include <cmath>
 #include <memory>
@@ -702,4 +705,212 @@ TEST_F(DataWindowTest, TheCaptionAndTagFollowTheDocument)
     EXPECT_EQ(window->windowTitle(), doc->caption());
     EXPECT_TRUE(window->windowTitle().startsWith(QStringLiteral("New")));
     EXPECT_EQ(window->Tag(), QStringLiteral("4"));
+}
+
+namespace {
+// Pixels of a colour (within a tolerance) in a square around a point of the chart.
+int pixelsNear(const QImage& image, QPoint centre, int radius, const QColor& colour)
+{
+    int count = 0;
+    for (int dx = -radius; dx <= radius; ++dx)
+        for (int dy = -radius; dy <= radius; ++dy) {
+            const QPoint p = centre + QPoint(dx, dy);
+            if (!image.rect().contains(p))
+                continue;
+            const QColor c = image.pixelColor(p);
+            if (std::abs(c.red() - colour.red()) < 40 && std::abs(c.green() - colour.green()) < 40
+                && std::abs(c.blue() - colour.blue()) < 40)
+                ++count;
+        }
+    return count;
+}
+
+QPoint pixelOf(const ChartView* chart, double key, double value, qreal ratio)
+{
+    return QPoint(static_cast<int>(std::lround(chart->xAxis->coordToPixel(key) * ratio)),
+                  static_cast<int>(std::lround(chart->yAxis->coordToPixel(value) * ratio)));
+}
+} // namespace
+
+TEST_F(DataWindowTest, AReadingBetweenTwoGapsIsDrawnAsADot)
+{
+    doc->OpenNew(DataKinds::Realtime);
+    doc->SetAxisY(false, QStringLiteral("0"), QStringLiteral("10"), 5, 1);
+    // Points 1-2 a line, 4 alone between gaps, 6-7 a line, 9 alone at the end of the readings.
+    const char* values[] = {"2", "3", "ERROR", "5", "ERROR", "7", "8", "+OL", "4"};
+    int i = 0;
+    for (const char* v : values)
+        addReading(++i, QString::fromLatin1(v));
+    window->resize(1200, 600);
+    window->show();
+    ChartView* chart = window->chart();
+    chart->refreshNow();
+
+    // Only the lone readings get a dot.
+    QCPGraph* line = chart->series(1);
+    const auto& data = *line->data();
+    for (int p = 1; p <= 20; ++p)
+        EXPECT_EQ(isLonePoint(data, p - 1), p == 4 || p == 9) << p;
+    EXPECT_FALSE(line->scatterStyle().isNone());
+
+    const QImage image = chart->grab().toImage();
+    const qreal ratio = image.devicePixelRatio();
+    const QColor blue = chart->colours().line;
+    EXPECT_GT(pixelsNear(image, pixelOf(chart, 4, 5, ratio), 3, blue), 6);
+    EXPECT_GT(pixelsNear(image, pixelOf(chart, 9, 4, ratio), 3, blue), 6);
+    // A point on a line has no dot: the line's pixels only.
+    EXPECT_LT(pixelsNear(image, pixelOf(chart, 1.5, 2.5, ratio) + QPoint(0, 8), 2, blue), 1);
+    // No dot where nothing was read.
+    EXPECT_EQ(pixelsNear(image, pixelOf(chart, 3, 4, ratio), 4, blue), 0);
+}
+
+TEST_F(DataWindowTest, ASingleReadingAndASaveModeMemoryWithEmptySlotsAreVisible)
+{
+    doc->OpenNew(DataKinds::Realtime);
+    addReading(1, QStringLiteral("1.5"));
+    window->resize(1000, 500);
+    window->show();
+    ChartView* chart = window->chart();
+    chart->refreshNow();
+    QImage image = chart->grab().toImage();
+    EXPECT_GT(pixelsNear(image, pixelOf(chart, 1, 1.5, image.devicePixelRatio()), 3, chart->colours().line), 6);
+
+    // SAVE-mode slots: a reading, an empty slot, a reading, ...
+    doc->OpenNew(DataKinds::Save);
+    for (int slot = 1; slot <= 10; ++slot) {
+        ASSERT_TRUE(doc->AddGridrow());
+        const bool filled = slot % 2 == 1;
+        const QString value = filled ? QString::number(slot) : QString();
+        doc->AddData(QString(), value, filled ? QStringLiteral("VDC") : QString(), value);
+    }
+    doc->SetAxisY(false, QStringLiteral("0"), QStringLiteral("10"), 5, 1);
+    doc->PaintGraphtop();
+    chart->refreshNow();
+    image = chart->grab().toImage();
+    for (int slot = 1; slot <= 9; slot += 2)
+        EXPECT_GT(pixelsNear(image, pixelOf(chart, slot, slot, image.devicePixelRatio()), 3, chart->colours().line), 6)
+            << slot;
+}
+
+TEST_F(DataWindowTest, MarkersOnTheEdgeOfTheAutomaticScaleAreDrawnWhole)
+{
+    // Readings of 4 and 6: the automatic scale ends exactly on the MAX and MIN values.
+    doc->OpenNew(DataKinds::Realtime);
+    for (int i = 1; i <= 20; ++i)
+        addReading(i, i % 2 ? QStringLiteral("4") : QStringLiteral("6"));
+    window->resize(1200, 600);
+    window->show();
+    ChartView* chart = window->chart();
+    chart->refreshNow();
+    ASSERT_EQ(chart->yAxis->range().upper, 6);
+    ASSERT_EQ(chart->yAxis->range().lower, 4);
+
+    const QImage image = chart->grab().toImage();
+    const qreal ratio = image.devicePixelRatio();
+    const int top = static_cast<int>(chart->axisRect()->top() * ratio);
+    const int bottom = static_cast<int>(chart->axisRect()->bottom() * ratio);
+    // The halves of the markers outside the plot area are drawn too.
+    const auto countOutside = [&](const QColor& colour, bool above) {
+        int count = 0;
+        for (int x = static_cast<int>(chart->axisRect()->left() * ratio);
+             x < static_cast<int>(chart->axisRect()->right() * ratio); ++x) {
+            for (int dy = 1; dy <= static_cast<int>(3 * ratio); ++dy) {
+                const QColor c = image.pixelColor(x, above ? top - dy : bottom + dy);
+                if (std::abs(c.red() - colour.red()) < 40 && std::abs(c.green() - colour.green()) < 40
+                    && std::abs(c.blue() - colour.blue()) < 40)
+                    ++count;
+            }
+        }
+        return count;
+    };
+    EXPECT_GT(countOutside(chart->colours().max, true), 20);
+    EXPECT_GT(countOutside(chart->colours().min, false), 20);
+}
+
+TEST_F(DataWindowTest, AScrollBarWithNothingToScrollHasNoThumbOfAnEarlierRange)
+{
+    doc->OpenNew(DataKinds::Realtime);
+    addReadings(30);
+    window->show();
+    ASSERT_TRUE(window->scrollBar()->isEnabled());
+    EXPECT_EQ(window->scrollBar()->maximum(), 10);
+    doc->SetGraphcount(50); // now every reading fits the chart
+    doc->PaintGraphtop();
+    EXPECT_FALSE(window->scrollBar()->isEnabled());
+    EXPECT_EQ(window->scrollBar()->maximum(), 0);
+    EXPECT_EQ(window->scrollBar()->value(), 0);
+}
+
+TEST_F(DataWindowTest, ADocumentSavedFromAHugeWindowOpensAgain)
+{
+    // A maximised window's normal size on a 4K screen, 3000 x 2000 pixels.
+    QTemporaryDir folder;
+    ASSERT_TRUE(folder.isValid());
+    programState().WorkPath = folder.filePath(WorkFileName);
+    doc->OpenNew(DataKinds::Realtime);
+    addReadings(5);
+    window->resize(3000, 2000);
+    window->show();
+    ASSERT_TRUE(waitFor([&] { return window->size() == QSize(3000, 2000); }));
+    const QString path = folder.filePath(QStringLiteral("huge.CSV"));
+    ASSERT_TRUE(doc->SaveFile(path)) << programState().LastError.toStdString();
+    EXPECT_TRUE(prompter.messages.isEmpty());
+    const QByteArray sizes = fileBytes(path).split('\n').value(1);
+    const double dpiX = window->logicalDpiX();
+    const double dpiY = window->logicalDpiY();
+    EXPECT_EQ(sizes, QStringLiteral("%1,%2,0\r")
+                         .arg(shortestSingleText(static_cast<float>(std::min(32767.0, pixelsToTwips(3000, dpiX)))),
+                              shortestSingleText(static_cast<float>(std::min(32767.0, pixelsToTwips(2000, dpiY)))))
+                         .toLatin1());
+
+    QMdiArea area;
+    area.resize(1200, 800);
+    auto* opened = new frmData;
+    opened->setPrompter(&prompter);
+    QMdiSubWindow* sub = area.addSubWindow(opened);
+    area.show();
+    sub->show();
+    opened->document()->OpenNew(DataDocument::KindBeforeOpen);
+    ASSERT_TRUE(opened->document()->OpenFile(path));
+    EXPECT_TRUE(prompter.messages.isEmpty());
+    EXPECT_EQ(opened->document()->GetDatacount(), 5);
+    // The window takes no more than the room the document area has.
+    ASSERT_TRUE(waitFor([&] { return sub->size() == area.viewport()->size(); }));
+    EXPECT_LE(sub->width(), area.viewport()->width());
+    EXPECT_LE(sub->height(), area.viewport()->height());
+}
+
+TEST_F(DataWindowTest, OnADarkPaletteTheChartIsDarkAndEveryColourReadsOnIt)
+{
+    doc->OpenNew(DataKinds::Realtime);
+    addReadings(5);
+    window->resize(1000, 500);
+    window->show();
+    ChartView* chart = window->chart();
+    const ChartColours light = chart->colours();
+    EXPECT_EQ(light.backdrop, QColor(Qt::white));
+    EXPECT_EQ(light.line, QColor(0, 0, 255));
+
+    QPalette dark(QColor(45, 45, 48));
+    dark.setColor(QPalette::Base, QColor(30, 30, 32));
+    dark.setColor(QPalette::Text, QColor(230, 230, 230));
+    dark.setColor(QPalette::WindowText, QColor(230, 230, 230));
+    window->setPalette(dark);
+    const ChartColours c = chart->colours();
+    EXPECT_EQ(c.backdrop, QColor(30, 30, 32));
+    EXPECT_GE(contrastRatio(c.text, c.backdrop), 4.5);
+    for (const QColor& series : {c.line, c.max, c.min, c.majorGrid})
+        EXPECT_GE(contrastRatio(series, c.backdrop), 3.0) << series.name().toStdString();
+    for (const QColor& series : {light.line, light.max, light.min})
+        EXPECT_GE(contrastRatio(series, light.backdrop), 3.0) << series.name().toStdString();
+
+    // What is drawn: the dark backdrop, and the tick labels in the palette's text colour.
+    chart->refreshNow();
+    const QImage image = chart->grab().toImage();
+    const qreal ratio = image.devicePixelRatio();
+    const QPoint inside(static_cast<int>((chart->axisRect()->left() + 3) * ratio),
+                        static_cast<int>((chart->axisRect()->top() + 3) * ratio));
+    EXPECT_EQ(image.pixelColor(inside), c.backdrop);
+    EXPECT_EQ(chart->xAxis->tickLabelColor(), c.text);
+    EXPECT_EQ(chart->yAxis->tickLabelColor(), c.text);
 }
