@@ -14,3 +14,13 @@ mkdir -p docs/screenshots
 QUVOLINK_HOME="$home" XDG_RUNTIME_DIR="$home" \
   xvfb-run -a -s "-screen 0 1280x800x24" \
   build/src/app/quvolink --simulate --screenshots docs/screenshots
+
+# The same windows as a high-DPI screen shows them (everything drawn at twice the scale)
+# and in the colours of a dark desktop theme.
+mkdir -p docs/screenshots/scale2 docs/screenshots/dark
+QUVOLINK_HOME="$home" XDG_RUNTIME_DIR="$home" QT_SCALE_FACTOR=2 \
+  xvfb-run -a -s "-screen 0 2560x1600x24" \
+  build/src/app/quvolink --simulate --screenshots docs/screenshots/scale2
+QUVOLINK_HOME="$home" XDG_RUNTIME_DIR="$home" \
+  xvfb-run -a -s "-screen 0 1280x800x24" \
+  build/src/app/quvolink --simulate --dark --screenshots docs/screenshots/dark

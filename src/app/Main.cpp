@@ -1,6 +1,7 @@
 #include "app/Main.h"
 
 #include "acquisition/Realtime.h"
+#include "app/DarkPalette.h"
 #include "app/Settings.h"
 #include "app/StartOptions.h"
 #include "app/ScreenshotTour.h"
@@ -67,6 +68,10 @@ int Main(int argc, char** argv)
     QApplication::setApplicationName(AppTitle);
     QApplication::setOrganizationName(SettingsOrganisation);
     QApplication::setApplicationVersion(QString::fromLatin1(VersionString));
+    if (options->dark) {
+        QApplication::setStyle(QStringLiteral("Fusion"));
+        QApplication::setPalette(darkPalette());
+    }
 
     // 1. One running copy: a second start ends before any window appears.
     if (!acquireSingleInstance())

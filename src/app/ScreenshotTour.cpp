@@ -5,6 +5,7 @@
 #include "acquisition/frmMoniter.h"
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
+#include "app/frmSplash.h"
 #include "document/DataDocument.h"
 #include "document/frmData.h"
 #include "document/frmSetting.h"
@@ -151,6 +152,11 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
         frmAbout about(&mainWindow);
         about.show();
         ok &= save(&about, folder, QStringLiteral("about-box"));
+    }
+    {
+        frmSplash splash;
+        splash.show();
+        ok &= save(&splash, folder, QStringLiteral("splash"));
     }
 
     // The sample document is not to be kept: leave answering No to the save question.

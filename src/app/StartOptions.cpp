@@ -32,7 +32,11 @@ std::optional<StartOptions> parseStartOptions(const QStringList& arguments, int*
                                                   "picture of each into DIR, then end."),
                                    QStringLiteral("DIR"));
     screenshots.setFlags(QCommandLineOption::HiddenFromHelp);
+    QCommandLineOption dark(QStringLiteral("dark"),
+                            QStringLiteral("Show the windows in the colours of a dark desktop theme."));
+    dark.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOptions({help, version, port, simulate, home, screenshots});
+    parser.addOption(dark);
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Data files to open."),
                                  QStringLiteral("[FILE.csv...]"));
 
@@ -62,6 +66,7 @@ std::optional<StartOptions> parseStartOptions(const QStringList& arguments, int*
     options.home = parser.value(home);
     options.files = parser.positionalArguments();
     options.screenshots = parser.value(screenshots);
+    options.dark = parser.isSet(dark);
     return options;
 }
 

@@ -15,6 +15,7 @@ struct StartOptions {
     QString home;          // --home: the program folder
     QStringList files;     // data files to open
     QString screenshots;   // --screenshots: show the windows, save pictures there, end
+    bool dark = false;     // --dark: the colours of a dark desktop
 };
 
 // The options, or std::nullopt after printing help, the version or a usage error (then

@@ -49,6 +49,17 @@ TEST(StartOptions, PortSimulateHomeAndFiles)
     EXPECT_TRUE(simulated->simulate);
 }
 
+TEST(StartOptions, DarkColoursOnlyWhenAsked)
+{
+    int exitCode = -1;
+    const auto plain = parseStartOptions({QStringLiteral("quvolink")}, &exitCode);
+    ASSERT_TRUE(plain);
+    EXPECT_FALSE(plain->dark);
+    const auto dark = parseStartOptions({QStringLiteral("quvolink"), QStringLiteral("--dark")}, &exitCode);
+    ASSERT_TRUE(dark);
+    EXPECT_TRUE(dark->dark);
+}
+
 TEST(StartOptions, UsageErrorsEndWithExitCodeTwo)
 {
     for (const QStringList& arguments :
