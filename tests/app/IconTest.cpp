@@ -1,26 +1,14 @@
 // The program's icons are vector pictures, drawn at the pixel density of the screen they
 // are shown on: sharp at any scale.
 
+#include "support/PaintedPixels.h"
+
 #include <QIcon>
 #include <QImage>
 #include <QPixmap>
 #include <QStringList>
 
 #include <gtest/gtest.h>
-
-namespace {
-
-// Pixels that are not fully transparent.
-int paintedPixels(const QImage& image)
-{
-    int count = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            count += qAlpha(image.pixel(x, y)) > 0 ? 1 : 0;
-    return count;
-}
-
-} // namespace
 
 TEST(Icons, EveryIconIsDrawnAtTheScreensPixelDensity)
 {
@@ -36,7 +24,7 @@ TEST(Icons, EveryIconIsDrawnAtTheScreensPixelDensity)
             EXPECT_EQ(pixmap.devicePixelRatio(), ratio);
             // Drawn from the picture at that size, not a small bitmap stretched: about as
             // much of it is painted at every scale.
-            const double share = static_cast<double>(paintedPixels(pixmap.toImage())) / (pixmap.width() * pixmap.height());
+            const double share = static_cast<double>(quvo::test::paintedPixels(pixmap.toImage())) / (pixmap.width() * pixmap.height());
             EXPECT_GT(share, 0.1) << ratio;
         }
     }

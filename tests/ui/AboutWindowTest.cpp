@@ -9,6 +9,7 @@
 #include "resources/ResID.h"
 #include "resources/Twips.h"
 #include "resources/Version.h"
+#include "support/PaintedPixels.h"
 #include "support/TestHelpers.h"
 
 #include <QLabel>
@@ -38,15 +39,7 @@ protected:
     }
 
     // The logo shows the program's icon: some pixels are not transparent.
-    static int paintedPixels(const QLabel* logo)
-    {
-        const QImage image = logo->pixmap().toImage();
-        int count = 0;
-        for (int y = 0; y < image.height(); ++y)
-            for (int x = 0; x < image.width(); ++x)
-                count += qAlpha(image.pixel(x, y)) > 0 ? 1 : 0;
-        return count;
-    }
+    static int paintedPixels(const QLabel* logo) { return test::paintedPixels(logo->pixmap().toImage()); }
 };
 
 } // namespace
