@@ -168,6 +168,10 @@ void CategoryTicker::generate(const QCPRange& range, const QLocale&, QChar, int,
         subTicks->clear();
     if (tickLabels)
         tickLabels->clear();
+    double pixels = 0;
+    if (m_axis && m_axis->axisRect())
+        pixels = m_axis->orientation() == Qt::Horizontal ? m_axis->axisRect()->width() : m_axis->axisRect()->height();
+    m_axisPixels = pixels;
     if (m_pointCount < 1)
         return;
     const int first = std::max(1, static_cast<int>(std::ceil(range.lower)));
@@ -175,10 +179,6 @@ void CategoryTicker::generate(const QCPRange& range, const QLocale&, QChar, int,
     if (first > last)
         return;
 
-    double pixels = 0;
-    if (m_axis && m_axis->axisRect())
-        pixels = m_axis->orientation() == Qt::Horizontal ? m_axis->axisRect()->width() : m_axis->axisRect()->height();
-    m_axisPixels = pixels;
     const double perCategory = range.size() > 0 ? pixels / range.size() : 0;
 
     const QFontMetrics metrics(m_axis ? m_axis->tickLabelFont() : QFont());
