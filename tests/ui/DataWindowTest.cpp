@@ -3,6 +3,7 @@
 
 #include "UiTestSupport.h"
 
+#include "app/DarkPalette.h"
 #include "document/ChartColours.h"
 #include "document/ChartView.h"
 #include "document/DataDocument.h"
@@ -891,13 +892,10 @@ TEST_F(DataWindowTest, OnADarkPaletteTheChartIsDarkAndEveryColourReadsOnIt)
     EXPECT_EQ(light.backdrop, QColor(Qt::white));
     EXPECT_EQ(light.line, QColor(0, 0, 255));
 
-    QPalette dark(QColor(45, 45, 48));
-    dark.setColor(QPalette::Base, QColor(30, 30, 32));
-    dark.setColor(QPalette::Text, QColor(230, 230, 230));
-    dark.setColor(QPalette::WindowText, QColor(230, 230, 230));
+    const QPalette dark = darkPalette(); // what --dark gives the program
     window->setPalette(dark);
     const ChartColours c = chart->colours();
-    EXPECT_EQ(c.backdrop, QColor(30, 30, 32));
+    EXPECT_EQ(c.backdrop, dark.color(QPalette::Base));
     EXPECT_GE(contrastRatio(c.text, c.backdrop), 4.5);
     for (const QColor& series : {c.line, c.max, c.min, c.majorGrid})
         EXPECT_GE(contrastRatio(series, c.backdrop), 3.0) << series.name().toStdString();
