@@ -386,8 +386,9 @@ void frmData::rememberNormalSize()
 
 QSize frmData::roomForWindow() const
 {
-    if (m_frame && m_frame->parentWidget())
-        return m_frame->parentWidget()->size(); // the document area's viewport
+    // The document area's viewport, once it is shown and has its size.
+    if (m_frame && m_frame->parentWidget() && m_frame->parentWidget()->isVisible())
+        return m_frame->parentWidget()->size();
     const QScreen* screen = this->screen();
     return screen ? screen->availableGeometry().size() : QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
 }

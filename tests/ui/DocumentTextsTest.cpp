@@ -11,6 +11,7 @@
 #include "document/WidestTexts.h"
 #include "document/frmData.h"
 #include "resources/Constant.h"
+#include "resources/Twips.h"
 #include "support/TestHelpers.h"
 
 #include <QFontMetrics>
@@ -105,8 +106,10 @@ QVector<LabelBox> categoryLabels(const ChartView* chart)
 TEST_F(DocumentTextsTest, ANewWindowIsSizedByTheDocument)
 {
     doc->OpenNew(DataKinds::Realtime);
+    // The size a new window asks for: the default, wider where the texts need it.
     EXPECT_EQ(window->size(), window->sizeHint());
-    EXPECT_GE(window->defaultWidthTwips(), 9000);
+    EXPECT_EQ(window->width(), twipsToPixels(window->defaultWidthTwips(), window->logicalDpiX()));
+    EXPECT_EQ(window->height(), twipsToPixels(DefaultDocumentHeight, window->logicalDpiY()));
     EXPECT_FLOAT_EQ(doc->windowWidth(), static_cast<float>(window->widthTwips()));
 }
 
