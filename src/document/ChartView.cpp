@@ -220,6 +220,8 @@ void CategoryTicker::generate(const QCPRange& range, const QLocale&, QChar, int,
 
 // --- ValueTicker -----------------------------------------------------------------------------
 
+ValueTicker::ValueTicker(QCPAxis* axis) : m_axis(axis) {}
+
 void ValueTicker::setScale(bool automatic, double minimum, double maximum, int major, int minor)
 {
     m_automatic = automatic;
@@ -248,6 +250,8 @@ void ValueTicker::generate(const QCPRange& range, const QLocale& locale, QChar f
 {
     if (m_automatic) {
         QCPAxisTicker::generate(range, locale, formatChar, precision, ticks, subTicks, tickLabels);
+        if (tickLabels)
+            thinLabels(range, ticks, *tickLabels);
         return;
     }
     ticks.clear();
@@ -264,6 +268,30 @@ void ValueTicker::generate(const QCPRange& range, const QLocale& locale, QChar f
         tickLabels->clear();
         for (const double t : std::as_const(ticks))
             tickLabels->append(getTickLabel(t, locale, formatChar, precision));
+        thinLabels(range, ticks, *tickLabels);
+    }
+}
+
+void ValueTicker::thinLabels(const QCPRange& range, const QVector<double>& ticks, QVector<QString>& labels)
+{
+    m_axisPixels = -1;
+    if (!m_axis || !m_axis->axisRect() || ticks.size() < 2 || range.size() <= 0)
+        return;
+    const bool vertical = m_axis->orientation() == Qt::Vertical;
+    m_axisPixels = vertical ? m_axis->axisRect()->height() : m_axis->axisRect()->width();
+    const double spacing = std::abs(ticks.at(1) - ticks.at(0)) / range.size() * m_axisPixels;
+    const QFontMetrics metrics(m_axis->tickLabelFont());
+    int need = metrics.height() + 2;
+    if (!vertical) {
+        for (const QString& label : std::as_const(labels))
+            need = std::max(need, metrics.horizontalAdvance(label) + metrics.horizontalAdvance(QStringLiteral("  ")));
+    }
+    const int stride = CategoryTicker::strideFor(1, spacing, need);
+    if (stride <= 1)
+        return;
+    for (qsizetype i = 0; i < labels.size(); ++i) {
+        if (i % stride != 0)
+            labels[i].clear();
     }
 }
 
@@ -431,7 +459,7 @@ ChartView::ChartView(QWidget* parent) : QCustomPlot(parent)
     xAxis->grid()->setSubGridVisible(true);
 
     // Y axis: value scale; major grid lines solid, minor ones dotted.
-    m_yTicker = QSharedPointer<ValueTicker>::create();
+    m_yTicker = QSharedPointer<ValueTicker>::create(yAxis);
     yAxis->setTicker(m_yTicker);
     yAxis->setNumberFormat(QStringLiteral("g"));
     yAxis->setNumberPrecision(6);
@@ -531,12 +559,15 @@ void ChartView::updateLayout()
     keepRoomForLabels();
     QCustomPlot::updateLayout();
     // The axes make their ticks before the layout gives the plot its size. When the plot's
-    // width is not the one the labels were spread for (the chart was resized, maximised,
-    // restored or moved to another scale), lay it out once more for the width it has now.
-    for (int pass = 0; pass < 2 && m_xTicker->axisPixels() != axisRect()->width(); ++pass)
+    // size is not the one the labels were spread for (the chart was resized, maximised,
+    // restored or moved to another scale), lay it out once more for the size it has now.
+    const auto stale = [this] {
+        return m_xTicker->axisPixels() != axisRect()->width()
+               || (m_yTicker->axisPixels() >= 0 && m_yTicker->axisPixels() != axisRect()->height());
+    };
+    for (int pass = 0; pass < 2 && stale(); ++pass)
         QCustomPlot::updateLayout();
 }
-
 
 ChartView::~ChartView() = default;
 

@@ -75,8 +75,14 @@ private:
 // The value axis: automatic (readable steps chosen by the chart) or custom (the scale split
 // into `major` divisions, each split into `minor` divisions); labels in the document's
 // format: "" the chart's own, "0.0###" plain, "0.0###E-#" scientific.
+//
+// Labels closer together than a line of text (many divisions on a low chart) are thinned to
+// every second, third, ... division, counted from the minimum; every division keeps its grid
+// line.
 class ValueTicker : public QCPAxisTicker {
 public:
+    explicit ValueTicker(QCPAxis* axis = nullptr);
+
     void setScale(bool automatic, double minimum, double maximum, int major, int minor);
     void setLabelFormat(const QString& format);
     const QString& labelFormat() const { return m_format; }
@@ -87,10 +93,17 @@ public:
     void generate(const QCPRange& range, const QLocale& locale, QChar formatChar, int precision,
                   QVector<double>& ticks, QVector<double>* subTicks, QVector<QString>* tickLabels) override;
 
+    // The axis length in pixels the labels were thinned for at the last generate().
+    double axisPixels() const { return m_axisPixels; }
+
 protected:
     QString getTickLabel(double tick, const QLocale& locale, QChar formatChar, int precision) override;
 
 private:
+    void thinLabels(const QCPRange& range, const QVector<double>& ticks, QVector<QString>& labels);
+
+    QCPAxis* m_axis;
+    double m_axisPixels = -1;
     bool m_automatic = true;
     double m_minimum = 0;
     double m_maximum = 10;

@@ -255,3 +255,40 @@ TEST_F(DocumentTextsTest, TimeLabelsNeverOverlapAfterResizeMaximiseAndRestore)
     check("wide again");
     EXPECT_EQ(categoryLabels(chart).size(), wide);
 }
+
+TEST_F(DocumentTextsTest, ValueLabelsNeverOverlapHoweverManyDivisions)
+{
+    doc->OpenNew(DataKinds::Realtime);
+    for (int i = 0; i < 20; ++i)
+        addReading(QStringLiteral("12:00:%1").arg(i, 2, 10, QLatin1Char('0')), QString::number(i), QStringLiteral("VDC"));
+    doc->SetAxisY(false, QStringLiteral("0"), QStringLiteral("50"), 50, 1); // a label every 1
+    ChartView* chart = window->chart();
+    const QFontMetrics metrics(chart->yAxis->tickLabelFont());
+
+    const auto check = [&](const char* step) {
+        SCOPED_TRACE(step);
+        ASSERT_TRUE(waitFor([&] { return chart->axisRect()->outerRect() == chart->rect(); }));
+        const QVector<double> ticks = chart->yAxis->tickVector();
+        const QVector<QString> labels = chart->yAxis->tickVectorLabels();
+        ASSERT_EQ(ticks.size(), 51); // every division keeps its grid line
+        double previousTop = 1e9;
+        int shown = 0;
+        for (int i = 0; i < ticks.size(); ++i) {
+            if (labels.at(i).isEmpty())
+                continue;
+            const double centre = chart->yAxis->coordToPixel(ticks.at(i));
+            const double bottom = centre + metrics.height() / 2.0;
+            EXPECT_LT(bottom, previousTop) << labels.at(i).toStdString();
+            previousTop = centre - metrics.height() / 2.0;
+            ++shown;
+        }
+        EXPECT_GE(shown, 2);
+        EXPECT_EQ(labels.first(), QStringLiteral("0.0")); // counted from the minimum
+    };
+    frame->resize(900, 300);
+    check("low");
+    frame->showMaximized();
+    check("maximised");
+    frame->showNormal();
+    check("restored");
+}
