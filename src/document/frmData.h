@@ -23,7 +23,6 @@
 
 #include <functional>
 
-class QLabel;
 class QProgressBar;
 class QScrollBar;
 class QTableView;
