@@ -26,13 +26,6 @@ namespace {
 
 const QString CrLf = QStringLiteral("\r\n");
 
-// The folder the per-user store is kept in instead of the platform's (tests).
-QString& storeFolderOverride()
-{
-    static QString folder;
-    return folder;
-}
-
 // Splits a text file into lines ended by CR LF, LF or CR; a last line without an end
 // counts too.
 QStringList splitLines(const QString& text)
@@ -226,23 +219,9 @@ void WriteSettings()
 
 // --- The per-user settings store ------------------------------------------------------------
 
-void setSettingsStoreFolder(const QString& folder)
-{
-    storeFolderOverride() = folder;
-}
-
 std::unique_ptr<QSettings> openSettingsStore()
 {
-    std::unique_ptr<QSettings> store;
-    const QString& folder = storeFolderOverride();
-    if (folder.isEmpty())
-        store = std::make_unique<QSettings>(SettingsOrganisation, AppTitle);
-    else
-        store = std::make_unique<QSettings>(
-            programFilePath(folder, SettingsOrganisation + QLatin1Char('/') + AppTitle + QStringLiteral(".ini")),
-            QSettings::IniFormat);
-    store->beginGroup(SettingsSection);
-    return store;
+    return openSettingsSection(SettingsSection);
 }
 
 QString storedSingleText(float value)

@@ -10,6 +10,8 @@
 //
 // QtCore only: the main window calls these, tests drive them without a display.
 
+#include "resources/SettingsStore.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -74,9 +76,7 @@ bool isPortNumberOutOfRange(const QString& portNumber);
 
 // --- The per-user settings store ------------------------------------------------------------
 
-// Points the store at a folder of its own (tests); an empty text goes back to the
-// platform's store for the user.
-void setSettingsStoreFolder(const QString& folder);
+// setSettingsStoreFolder (tests) is in resources/SettingsStore.h.
 // The store, with the group "Settings" begun.
 std::unique_ptr<QSettings> openSettingsStore();
 
