@@ -12,6 +12,7 @@ namespace quvo {
 class DataDocument;
 class Prompter;
 class ProgressView;
+class ReadingObserver;
 
 // Receives one meter answer line (or "ERROR") for the live reading display: the Monitor
 // window's SetData.
@@ -88,6 +89,10 @@ public:
 
     // Forwarding of realtime rows.
     virtual RealtimeForwarder& realtimeForwarder() = 0;
+
+    // Who else is told of every reading and of what the link is busy with (publishing to a
+    // message broker, ReadingObserver.h); null when nobody is.
+    virtual ReadingObserver* readingObserver() { return nullptr; }
 };
 
 } // namespace quvo

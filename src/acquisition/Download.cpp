@@ -1,5 +1,6 @@
 #include "acquisition/Download.h"
 
+#include "acquisition/ReadingObserver.h"
 #include "document/DataDocument.h"
 #include "link/Comm.h"
 #include "link/ReadingDecoder.h"
@@ -67,6 +68,20 @@ bool isSoundAnswerTo(const QString& command)
         return false;
     }
     return true;
+}
+
+// Tells the host's reading observer, when it has one.
+void reportActivity(CommandHost& host, MeterActivity activity)
+{
+    if (ReadingObserver* observer = host.readingObserver())
+        observer->activityChanged(activity);
+}
+
+// The record just added, as the table shows it, in the second it was read.
+void reportRecord(CommandHost& host, const DataDocument& document, ReadingKind kind)
+{
+    if (ReadingObserver* observer = host.readingObserver())
+        observer->readingTaken(readingOfLastRow(document, kind, wholeSecond(QDateTime::currentDateTime())));
 }
 
 } // namespace
@@ -200,6 +215,7 @@ bool Download::beginDownload(int captionId)
     ProgramState& s = programState();
     s.CommState = CommStates::Download;
     s.CancelRequested = false;
+    reportActivity(m_host, MeterActivity::Downloading);
     m_progress = m_host.openProgress();
     if (m_progress) {
         m_progress->SetCaption(ResID(captionId));
@@ -266,6 +282,7 @@ bool Download::readLoggingRecords(QString& intervalText)
         // Elapsed time from the first record, wrapping after 24 hours.
         time = number == first ? FirstRecordTime : addToTimeLabel(time, 0, 0, 0, toInt32(intervalText));
         document.AddData(time, record.display, record.unit, record.numeric);
+        reportRecord(m_host, document, ReadingKind::Logging);
         // Models numbering from 0 show the record number + 1, so their last call is never
         // throttled; the dialog only shows the count then.
         const int shown = first == 1 ? number : number + 1;
@@ -294,6 +311,7 @@ bool Download::readSaveSlots()
         if (!document.AddGridrow())
             return false;
         document.AddData(QString(), record.display, record.unit, record.numeric); // SAVE records have no time
+        reportRecord(m_host, document, ReadingKind::Save);
         if (fiftySlots)
             progress(slot == 50, slot, 50);
         else if (slot == 50)
@@ -320,6 +338,7 @@ bool Download::endDownload(bool succeeded, bool logging, const QString& interval
         m_progress->unload();
     m_comm.setProgressView(nullptr);
     m_progress.reset();
+    reportActivity(m_host, MeterActivity::Idle); // the link is free again
 
     DataDocument& document = *s.RealtimeDoc;
     const int rows = document.GetDatacount();

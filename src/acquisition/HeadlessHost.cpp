@@ -87,6 +87,11 @@ void HeadlessHost::setRealtimeForwarder(RealtimeForwarder* forwarder)
     m_forwarder = forwarder;
 }
 
+void HeadlessHost::setReadingObserver(ReadingObserver* observer)
+{
+    m_readingObserver = observer;
+}
+
 void HeadlessHost::setDocumentForwarder(std::function<void()> forward)
 {
     m_documentForwarder = std::move(forward);
@@ -184,6 +189,11 @@ void HeadlessHost::forwardCurrentDocument()
 RealtimeForwarder& HeadlessHost::realtimeForwarder()
 {
     return m_forwarder ? *m_forwarder : *m_noForwarder;
+}
+
+ReadingObserver* HeadlessHost::readingObserver()
+{
+    return m_readingObserver;
 }
 
 } // namespace quvo

@@ -46,6 +46,8 @@ public:
     void setMonitor(MonitorSink* monitor);
     // Forwarding of realtime rows; null means none (BeginRealtimeForward fails). Not owned.
     void setRealtimeForwarder(RealtimeForwarder* forwarder);
+    // Who else is told of every reading (publishing); null means nobody. Not owned.
+    void setReadingObserver(ReadingObserver* observer);
     // Forwarding of a whole document (the current document); empty means none.
     void setDocumentForwarder(std::function<void()> forward);
     // Whether the Forward dialog counts as confirmed (NoForward false) or cancelled.
@@ -78,6 +80,7 @@ public:
     void showForwardDialog() override;
     void forwardCurrentDocument() override;
     RealtimeForwarder& realtimeForwarder() override;
+    ReadingObserver* readingObserver() override;
 
 private:
     class AnsweringPrompter;
@@ -89,6 +92,7 @@ private:
     std::function<void()> m_documentForwarder;
     MonitorSink* m_monitor = nullptr;
     RealtimeForwarder* m_forwarder = nullptr;
+    ReadingObserver* m_readingObserver = nullptr;
     bool m_forwardConfirmed = false;
     std::vector<std::unique_ptr<DataDocument>> m_documents;
     DataDocument* m_active = nullptr;

@@ -1,6 +1,7 @@
 #include "acquisition/Realtime.h"
 
 #include "acquisition/IntervalRules.h"
+#include "acquisition/ReadingObserver.h"
 #include "acquisition/RecordingJournal.h"
 #include "document/DataDocument.h"
 #include "link/Comm.h"
@@ -227,7 +228,7 @@ void Realtime::keepAnswerBeforeLoss()
     if (s.CommState == CommStates::Realtime && !m_displayOnly) {
         RecordRealtimeSample(answer); // a refused row ends the recording all the same
     } else {
-        showOnMonitor(answer, s.CommState == CommStates::Monitor);
+        showReading(answer, s.CommState == CommStates::Monitor);
     }
 }
 
@@ -346,6 +347,7 @@ void Realtime::StartRealtime()
     s.StopRequested = false;
     m_pendingEnd = RealtimeEnd::None;
     m_answerPending = false;
+    m_requestedAt = QDateTime();
     DataDocument& document = *s.RealtimeDoc;
     try {
         IniRealtimeProgress();
@@ -405,7 +407,7 @@ void Realtime::OnRealtimeFirstTick(std::int64_t elapsed)
     const std::int32_t interval = s.RealtimeDoc->GetIntervalcount();
     for (std::int64_t i = 0; i < elapsed; ++i) {
         if (m_secondCount % interval != 0) {
-            showOnMonitor(ErrorReading, false);
+            showReading(ErrorReading, false);
         } else if (!RecordRealtimeSample(ErrorReading)) {
             endRealtime(RealtimeEnd::Failed, true);
             return;
@@ -429,7 +431,7 @@ bool Realtime::takeSecond(const QString& answer, bool sampleSecond)
             return false;
         }
     } else {
-        showOnMonitor(answer, false);
+        showReading(answer, false);
     }
     if (!AdvanceRealtimeCount()) {
         endRealtime(RealtimeEnd::PeriodOver, false);
@@ -474,6 +476,7 @@ void Realtime::RequestReading()
         m_lastTickTime = now();
     }
     s.RecvBuffer.clear();
+    m_requestedAt = wholeSecond(m_lastTickTime);
     m_answerPending = m_comm.writeLine(Commands::Reading); // no wait: the answer is read at the next second
     s.LastCommand = Commands::Reading;
 }
@@ -548,6 +551,8 @@ bool Realtime::RecordRealtimeSample(const QString& answer)
     }
     journalRow(label, row.display, row.unit, row.valid, row.numeric);
     emit sampleRecorded(label, row.display, row.unit);
+    if (ReadingObserver* observer = m_host.readingObserver())
+        observer->readingTaken(readingOfLastRow(document, ReadingKind::Realtime, labelledTime(label, now())));
 
     showOnMonitor(answer, false);
 
@@ -602,12 +607,29 @@ void Realtime::SetRealtimeCommands(bool running)
     // Documents keep their chart still while the commands are switched for recording.
     programState().RealtimeCommandsOn = running;
     m_host.SetRealtimeCommands(running);
+    reportActivity(running ? MeterActivity::Recording : MeterActivity::Idle);
 }
 
 void Realtime::showOnMonitor(const QString& answer, bool createIfNeeded)
 {
     if (MonitorSink* monitor = m_host.monitor(createIfNeeded))
         monitor->SetData(answer);
+}
+
+// A reading that is only shown (monitor mode, and the seconds between the samples of a
+// recording): on the Monitor, and to the observer as the reading of the second it was asked
+// for (before the first request of a run, of the present second).
+void Realtime::showReading(const QString& answer, bool createIfNeeded)
+{
+    showOnMonitor(answer, createIfNeeded);
+    if (ReadingObserver* observer = m_host.readingObserver())
+        observer->readingTaken(readingOfAnswer(answer, m_requestedAt.isValid() ? m_requestedAt : wholeSecond(now())));
+}
+
+void Realtime::reportActivity(MeterActivity activity)
+{
+    if (ReadingObserver* observer = m_host.readingObserver())
+        observer->activityChanged(activity);
 }
 
 // --- Monitor procedures ------------------------------------------------------------------------------------
@@ -619,6 +641,7 @@ void Realtime::StartMonitor()
     s.StopRequested = false;
     m_pendingEnd = RealtimeEnd::None;
     m_answerPending = false;
+    m_requestedAt = QDateTime();
     SetMonitorCommands(true);
 
     m_comm.SendCommand(Commands::Start, 1); // the answer is not examined
@@ -647,7 +670,7 @@ void Realtime::OnMonitorFirstTick(std::int64_t elapsed)
         RequestMonitorReading();
         return;
     }
-    showOnMonitor(ErrorReading, true);
+    showReading(ErrorReading, true);
     if (programState().StopRequested) {
         m_pendingEnd = RealtimeEnd::Stopped;
         StopMonitor();
@@ -659,9 +682,9 @@ void Realtime::OnMonitorFirstTick(std::int64_t elapsed)
 void Realtime::OnMonitorTick(std::int64_t elapsed)
 {
     m_answerPending = false;
-    showOnMonitor(TakeAnswerLine(), true);
+    showReading(TakeAnswerLine(), true);
     if (elapsed > 1)
-        showOnMonitor(ErrorReading, true); // a late tick leaves "ERROR" on display
+        showReading(ErrorReading, true); // a late tick leaves "ERROR" on display
     if (programState().StopRequested) {
         m_pendingEnd = RealtimeEnd::Stopped;
         StopMonitor();
@@ -692,6 +715,7 @@ void Realtime::StopMonitor()
 void Realtime::SetMonitorCommands(bool running)
 {
     m_host.SetMonitorCommands(running);
+    reportActivity(running ? MeterActivity::Monitoring : MeterActivity::Idle);
 }
 
 // --- Recording journals ---------------------------------------------------------------------------------------

@@ -32,6 +32,7 @@
 // it calls releaseJournal(document) (a closed, destroyed document is handled here).
 
 #include "acquisition/CommandHost.h"
+#include "acquisition/ReadingObserver.h"
 
 #include <QDateTime>
 #include <QObject>
@@ -215,6 +216,8 @@ private:
     // recording.
     bool takeSecond(const QString& answer, bool sampleSecond);
     void showOnMonitor(const QString& answer, bool createIfNeeded);
+    void showReading(const QString& answer, bool createIfNeeded);
+    void reportActivity(MeterActivity activity);
     void beginJournal(DataDocument& document);
     void finishJournal();
     void journalRow(const QString& label, const QString& display, const QString& unit, bool valid,
@@ -239,6 +242,7 @@ private:
     bool m_firstTick = false;
     bool m_displayOnly = false;
     bool m_answerPending = false; // a request was written and no tick has taken its answer yet
+    QDateTime m_requestedAt;      // the second of the last request (invalid before the first of a run)
     RealtimeEnd m_lastEnd = RealtimeEnd::None;
     RealtimeEnd m_pendingEnd = RealtimeEnd::None; // why the stop now under way happens
 
