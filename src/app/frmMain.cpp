@@ -17,6 +17,8 @@
 #include "forward/frmForward.h"
 #include "forward/XlsxBackend.h"
 #include "link/frmPort.h"
+#include "publish/Publishing.h"
+#include "publish/frmPublishing.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
 #include "resources/ResID.h"
@@ -77,6 +79,7 @@ frmMain::frmMain(QWidget* parent)
 
     m_realtime = std::make_unique<Realtime>(coComm, *this);
     m_download = std::make_unique<Download>(coComm, *this);
+    buildPublishing();
 
     // Forwarding writes .xlsx workbooks and hands each finished one to the desktop's
     // spreadsheet program; a workbook that cannot be written is reported by the engine.
@@ -172,6 +175,7 @@ void frmMain::buildMenus()
     on("mnuSetupCommport", &frmMain::mnuSetupCommport);
     on("mnuSetupInterval", &frmMain::mnuSetupInterval);
     on("mnuSetupGraph", &frmMain::mnuSetupGraph);
+    on("mnuSetupPublishing", &frmMain::mnuSetupPublishing);
     on("mnuViewToolbar", &frmMain::mnuViewToolbar);
     on("mnuViewStatusbar", &frmMain::mnuViewStatusbar);
     on("mnuViewMoniter", &frmMain::mnuViewMoniter);
@@ -271,6 +275,11 @@ void frmMain::Load(const QString& portOverride)
     coComm.setCommPort(portOverride.isEmpty() ? state.PortNumber : portOverride);
 
     applyStoredPlacement();
+    QString publishingError;
+    if (!m_publishing->apply(readPublishSettings(), &publishingError)) {
+        m_publishingStatus->setText(QStringLiteral("Publishing is off: ") + publishingError);
+        m_publishingStatus->setVisible(true);
+    }
     m_loaded = true;
 }
 
@@ -342,6 +351,7 @@ void frmMain::closeEvent(QCloseEvent* event)
 
 void frmMain::Unload()
 {
+    m_publishing->stop(); // "idle" and "offline" reach the broker while it is there
     WriteSettings();
     writeMainPlacement(mainPlacementToWrite(windowStateOf(this), currentPlacement(), m_normal));
 }
@@ -640,6 +650,43 @@ void frmMain::forwardCurrentDocument()
 RealtimeForwarder& frmMain::realtimeForwarder()
 {
     return *m_forward;
+}
+
+ReadingObserver* frmMain::readingObserver()
+{
+    return m_publishing->active() ? m_publishing.get() : nullptr;
+}
+
+// --- Publishing -----------------------------------------------------------------------------------
+
+void frmMain::buildPublishing()
+{
+    m_publishing = std::make_unique<Publishing>();
+    m_publishingStatus = new QLabel(this);
+    m_publishingStatus->setObjectName(QStringLiteral("Publishing"));
+    m_publishingStatus->setVisible(false);
+    statusBar()->addPermanentWidget(m_publishingStatus);
+    connect(m_publishing.get(), &Publishing::statusChanged, this, &frmMain::showPublishingStatus);
+}
+
+void frmMain::showPublishingStatus()
+{
+    m_publishingStatus->setText(m_publishing->statusText());
+    m_publishingStatus->setVisible(!m_publishingStatus->text().isEmpty());
+}
+
+void frmMain::mnuSetupPublishing()
+{
+    frmPublishing dialog(readPublishSettings(), m_prompter, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    const PublishSettings settings = dialog.settings();
+    QString error;
+    if (!writePublishSettings(settings, &error))
+        m_prompter->warn(error);
+    if (!m_publishing->apply(settings, &error))
+        m_prompter->warn(error);
+    showPublishingStatus();
 }
 
 std::unique_ptr<ProgressView> frmMain::openProgress()

@@ -34,6 +34,7 @@ namespace quvo {
 
 class Download;
 class Forward;
+class Publishing;
 class Realtime;
 class XlsxConnector;
 class frmData;
@@ -56,6 +57,7 @@ public:
     Comm& link() { return coComm; }
     Realtime& realtime() { return *m_realtime; }
     Download& download() { return *m_download; }
+    Publishing& publishing() { return *m_publishing; }
     FileCommands& fileCommands() { return m_files; }
     QMdiArea* mdiArea() const { return m_mdi; }
 
@@ -90,6 +92,7 @@ public:
     void showForwardDialog() override;
     void forwardCurrentDocument() override;
     RealtimeForwarder& realtimeForwarder() override;
+    ReadingObserver* readingObserver() override;
 
     // --- DocumentWindows --------------------------------------------------------------------
     QList<DataDocument*> openDocuments() const override;
@@ -129,6 +132,11 @@ private:
     void mnuHelpAbout();
     void stopButton();
 
+    // Publishing to a message broker: Settings › Publishing... and its status bar panel.
+    void buildPublishing();
+    void mnuSetupPublishing();
+    void showPublishingStatus();
+
     void Resize();
     void Unload();
     Placement currentPlacement() const;
@@ -149,11 +157,13 @@ private:
     std::unique_ptr<Download> m_download;
     std::unique_ptr<XlsxConnector> m_workbooks;
     std::unique_ptr<Forward> m_forward;
+    std::unique_ptr<Publishing> m_publishing;
 
     QMdiArea* m_mdi = nullptr;
     QToolBar* tbMain = nullptr;
     QToolBar* tbSub = nullptr;
     QLabel* m_msg = nullptr;
+    QLabel* m_publishingStatus = nullptr;
     QHash<QString, QMenu*> m_menus;
     QHash<QString, QAction*> m_actions;
     QPointer<frmMoniter> m_monitor;

@@ -150,6 +150,8 @@ const QHash<int, QString>& table()
         {Res::ForwardError, QStringLiteral("Forward error occurred.")},
         {Res::ReceiveSaveMode, QStringLiteral("Receive SAVE-mode data")},
         {Res::ReceiveLoggingMode, QStringLiteral("Receive LOGGING-mode data")},
+
+        {Res::MenuSetupPublishing, QStringLiteral("&Publishing...")},
     };
     return texts;
 }

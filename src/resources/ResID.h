@@ -147,6 +147,8 @@ enum Id : int {
     ForwardError = 305,
     ReceiveSaveMode = 306,
     ReceiveLoggingMode = 307,
+    // Beyond the original program
+    MenuSetupPublishing = 400,
 };
 } // namespace Res
 
