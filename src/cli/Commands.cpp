@@ -8,12 +8,12 @@ const std::vector<CliCommand>& cliCommands()
 {
     static const std::vector<CliCommand> commands = {
         {QStringLiteral("info"), QStringLiteral("info"), QStringLiteral("Print the meter's model."), runInfo},
-        {QStringLiteral("monitor"), QStringLiteral("monitor [--count N]"),
+        {QStringLiteral("monitor"), QStringLiteral("monitor [--count N] [--mqtt URL]"),
          QStringLiteral("Print the meter's reading once a second."), runMonitor},
         {QStringLiteral("record"),
-         QStringLiteral("record --interval T [--period T] --out FILE [--continue] [--xlsx NEW | --into OLD]"),
+         QStringLiteral("record --interval T [--period T] --out FILE [--continue] [--xlsx NEW | --into OLD] [--mqtt URL]"),
          QStringLiteral("Record readings at an interval into a data file (and a workbook)."), runRecord},
-        {QStringLiteral("download"), QStringLiteral("download logging|save --out FILE [--xlsx NEW | --into OLD]"),
+        {QStringLiteral("download"), QStringLiteral("download logging|save --out FILE [--xlsx NEW | --into OLD] [--mqtt URL]"),
          QStringLiteral("Read the meter's LOGGING or SAVE memory into a data file (and a workbook)."), runDownload},
         {QStringLiteral("recover"), QStringLiteral("recover --out FILE"),
          QStringLiteral("Restore a recording interrupted by a crash into a data file."), runRecover},

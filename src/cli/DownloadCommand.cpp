@@ -8,6 +8,7 @@
 #include "cli/CliCommand.h"
 #include "cli/ForwardOptions.h"
 #include "cli/MeterSession.h"
+#include "cli/MqttOptions.h"
 #include "cli/StderrProgress.h"
 #include "document/DataDocument.h"
 #include "forward/Forward.h"
@@ -29,6 +30,7 @@ QString downloadHelp()
 {
     return QStringLiteral("Usage: quvolink-cli [options] download logging|save --out FILE.csv\n"
                           "                    [--xlsx NEW.xlsx | --into EXISTING.xlsx] [--title TEXT]\n"
+                          "                    [--mqtt URL [--topic PREFIX]]\n"
                           "\n"
                           "Reads one of the meter's memories into a new document and saves it as the data\n"
                           "file FILE.csv (an existing file is replaced):\n"
@@ -46,10 +48,13 @@ QString downloadHelp()
                           "path is printed (an empty LOGGING memory is not forwarded).\n")
         + ForwardOptions::helpLines()
         + QStringLiteral("\n")
+        + MqttOptions::helpLines()
+        + QStringLiteral("\n")
         + QString::fromLatin1(GlobalOptionsHelp)
         + QStringLiteral("\n"
                          "Exit codes: 0 every record read and saved (and forwarded), 1 the download, the save\n"
-                         "or the workbook failed (message on stderr), 2 wrong arguments.\n"
+                         "or the workbook failed, or the broker could not be used at the start (message on\n"
+                         "stderr), 2 wrong arguments.\n"
                          "\n"
                          "Example:\n"
                          "  quvolink-cli download logging --out memory.csv\n"
@@ -66,6 +71,8 @@ int runDownload(const QStringList& arguments)
     parser.addOption(outOption);
     ForwardOptions forwarding;
     forwarding.addTo(parser);
+    MqttOptions mqtt;
+    mqtt.addTo(parser);
     parser.addPositionalArgument(QStringLiteral("memory"), QStringLiteral("logging or save"));
     if (const auto exitCode = parseCommand(parser, QStringLiteral("download"), arguments, help))
         return *exitCode;
@@ -80,11 +87,11 @@ int runDownload(const QStringList& arguments)
     if (!parser.isSet(outOption) || parser.value(outOption).isEmpty())
         return usageError(QStringLiteral("--out is needed: the data file to write, such as --out memory.csv."), help);
     QString error;
-    if (!forwarding.read(parser, ForwardOptions::Need::Optional, error))
+    if (!forwarding.read(parser, ForwardOptions::Need::Optional, error) || !mqtt.read(parser, error))
         return usageError(error, help);
 
     MeterSession session;
-    if (!session.start(&error)) {
+    if (!session.start(&error) || !mqtt.start(session.host(), error)) {
         printMessage(error);
         return ExitFailed;
     }

@@ -7,6 +7,7 @@
 #include "acquisition/Realtime.h"
 #include "cli/CliCommand.h"
 #include "cli/MeterSession.h"
+#include "cli/MqttOptions.h"
 #include "cli/SignalWatcher.h"
 #include "link/Comm.h"
 #include "link/ReadingDecoder.h"
@@ -23,7 +24,7 @@ namespace {
 
 QString monitorHelp()
 {
-    return QStringLiteral("Usage: quvolink-cli [options] monitor [--count N]\n"
+    return QStringLiteral("Usage: quvolink-cli [options] monitor [--count N] [--mqtt URL [--topic PREFIX]]\n"
                           "\n"
                           "Monitor mode: the meter is asked for its reading once a second and the text the\n"
                           "Monitor window would show is printed, one line a second (\"ERROR\" when no good\n"
@@ -33,10 +34,11 @@ QString monitorHelp()
                           "Options:\n"
                           "  --count N     stop after N lines (N from 1 to 2147483647)\n"
                           "\n")
+        + MqttOptions::helpLines() + QStringLiteral("\n")
         + QString::fromLatin1(GlobalOptionsHelp)
         + QStringLiteral("\n"
-                         "Exit codes: 0 done, 1 the port could not be opened or was lost (message on\n"
-                         "stderr), 2 wrong arguments.\n"
+                         "Exit codes: 0 done, 1 the port could not be opened or was lost, or the broker\n"
+                         "could not be used at the start (message on stderr), 2 wrong arguments.\n"
                          "\n"
                          "Example:\n"
                          "  quvolink-cli monitor --count 3\n"
@@ -88,6 +90,8 @@ int runMonitor(const QStringList& arguments)
     QCommandLineParser parser;
     const QCommandLineOption countOption(QStringLiteral("count"), QStringLiteral("Lines to print."), QStringLiteral("N"));
     parser.addOption(countOption);
+    MqttOptions mqtt;
+    mqtt.addTo(parser);
     if (const auto exitCode = parseCommand(parser, QStringLiteral("monitor"), arguments, help))
         return *exitCode;
     if (!parser.positionalArguments().isEmpty())
@@ -101,10 +105,12 @@ int runMonitor(const QStringList& arguments)
                                   .arg(parser.value(countOption)),
                               help);
     }
+    QString error;
+    if (!mqtt.read(parser, error))
+        return usageError(error, help);
 
     MeterSession session;
-    QString error;
-    if (!session.start(&error)) {
+    if (!session.start(&error) || !mqtt.start(session.host(), error)) {
         printMessage(error);
         return ExitFailed;
     }

@@ -16,6 +16,7 @@
 #include "cli/CliCommand.h"
 #include "cli/ForwardOptions.h"
 #include "cli/MeterSession.h"
+#include "cli/MqttOptions.h"
 #include "cli/SignalWatcher.h"
 #include "document/DataDocument.h"
 #include "forward/Forward.h"
@@ -53,6 +54,7 @@ QString recordHelp()
     return QStringLiteral(
                "Usage: quvolink-cli [options] record --interval T [--period T] --out FILE.csv\n"
                "                    [--continue] [--xlsx NEW.xlsx | --into EXISTING.xlsx] [--title TEXT]\n"
+               "                    [--mqtt URL [--topic PREFIX]]\n"
                "\n"
                "Records the meter's reading every T seconds into a new realtime document, prints\n"
                "each recorded row (time, value and unit, separated by tabs) and saves the document\n"
@@ -84,11 +86,13 @@ QString recordHelp()
                "the chart, is written when the recording ends and its path is printed on stderr.\n")
         + ForwardOptions::helpLines()
         + QStringLiteral("\n")
+        + MqttOptions::helpLines()
+        + QStringLiteral("\n")
         + QString::fromLatin1(GlobalOptionsHelp)
         + QStringLiteral("\n"
-                         "Exit codes: 0 recorded and saved, 1 the recording, the save or the workbook failed\n"
-                         "(message on stderr; the rows recorded so far are saved when possible), 2 wrong\n"
-                         "arguments.\n"
+                         "Exit codes: 0 recorded and saved, 1 the recording, the save or the workbook failed,\n"
+                         "or the broker could not be used at the start (message on stderr; the rows\n"
+                         "recorded so far are saved when possible), 2 wrong arguments.\n"
                          "\n"
                          "Example:\n"
                          "  quvolink-cli record --interval 5 --period 00:00:01:00 --out bench.csv\n"
@@ -131,6 +135,8 @@ int runRecord(const QStringList& arguments)
     parser.addOptions({intervalOption, periodOption, outOption, continueOption, limitOption});
     ForwardOptions forwarding;
     forwarding.addTo(parser);
+    MqttOptions mqtt;
+    mqtt.addTo(parser);
     if (const auto exitCode = parseCommand(parser, QStringLiteral("record"), arguments, help))
         return *exitCode;
     if (!parser.positionalArguments().isEmpty())
@@ -142,7 +148,7 @@ int runRecord(const QStringList& arguments)
     if (!parser.isSet(outOption) || parser.value(outOption).isEmpty())
         return usageError(QStringLiteral("--out is needed: the data file to write, such as --out bench.csv."), help);
     QString error;
-    if (!forwarding.read(parser, ForwardOptions::Need::Optional, error))
+    if (!forwarding.read(parser, ForwardOptions::Need::Optional, error) || !mqtt.read(parser, error))
         return usageError(error, help);
     const bool continueRecording = parser.isSet(continueOption);
     if (continueRecording && forwarding.wanted())
@@ -174,7 +180,7 @@ int runRecord(const QStringList& arguments)
     const QString outPath = parser.value(outOption);
 
     MeterSession session;
-    if (!session.start(&error)) {
+    if (!session.start(&error) || !mqtt.start(session.host(), error)) {
         printMessage(error);
         return ExitFailed;
     }
