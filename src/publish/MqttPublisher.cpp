@@ -177,6 +177,7 @@ bool MqttPublisher::start(const PublisherOptions& options, QString* error)
     mosquitto_connect_callback_set(m_mosq, &MqttPublisher::onConnectCallback);
     mosquitto_disconnect_callback_set(m_mosq, &MqttPublisher::onDisconnectCallback);
     mosquitto_publish_callback_set(m_mosq, &MqttPublisher::onPublishCallback);
+    mosquitto_log_callback_set(m_mosq, &MqttPublisher::onLogCallback);
     mosquitto_reconnect_delay_set(m_mosq, FirstReconnectDelaySeconds,
                                   static_cast<unsigned>(std::max(FirstReconnectDelaySeconds,
                                                                  m_options.reconnectDelayMaxSeconds)),
@@ -254,6 +255,8 @@ void MqttPublisher::runConnector()
         // TLS set-up or a bad argument will not change.
         const bool hopeless = rc == MOSQ_ERR_TLS || rc == MOSQ_ERR_INVAL || rc == MOSQ_ERR_NOT_SUPPORTED
             || rc == MOSQ_ERR_NOMEM;
+        if (state() == BrokerState::Failed)
+            return; // the TLS handshake's own reason was given already (onTlsError)
         setState(hopeless ? BrokerState::Failed : BrokerState::Reconnecting, connectionProblemText(rc, errorNumber));
         if (hopeless)
             return;
@@ -381,6 +384,29 @@ void MqttPublisher::onPublishCallback(mosquitto*, void* self, int)
     static_cast<MqttPublisher*>(self)->onPublish();
 }
 
+void MqttPublisher::onLogCallback(mosquitto*, void* self, int level, const char* text)
+{
+    // A failed TLS handshake ends libmosquitto's thread without a disconnect callback; its
+    // log line is the only word of it.
+    static constexpr char OpenSslError[] = "OpenSSL Error";
+    if (level != MOSQ_LOG_ERR || std::strncmp(text, OpenSslError, sizeof(OpenSslError) - 1) != 0)
+        return;
+    const NoCancellation guard;
+    // "OpenSSL Error[0]: error:0A000086:SSL routines::certificate verify failed"
+    const QString line = QString::fromUtf8(text);
+    static_cast<MqttPublisher*>(self)->onTlsError(line.mid(line.lastIndexOf(QLatin1Char(':')) + 1).trimmed());
+}
+
+void MqttPublisher::onTlsError(const QString& reason)
+{
+    if (m_stopping || state() == BrokerState::Failed)
+        return;
+    ++m_attemptsEnded;
+    setState(BrokerState::Failed, QStringLiteral("the TLS connection failed (%1): check the CA file, the host name in "
+                                                 "the broker's certificate, and that the broker speaks TLS on this port")
+                                      .arg(reason));
+}
+
 void MqttPublisher::onConnect(int rc)
 {
     if (m_stopping)
@@ -432,8 +458,9 @@ void MqttPublisher::onDisconnect(int rc, int errorNumber)
         const std::lock_guard lock(m_wakeMutex);
     }
     m_wake.notify_all();
-    if (m_stopping || rc == MOSQ_ERR_SUCCESS || state() == BrokerState::Refused)
-        return; // asked for, or the refusal stays the reason
+    const BrokerState now = state();
+    if (m_stopping || rc == MOSQ_ERR_SUCCESS || now == BrokerState::Refused || now == BrokerState::Failed)
+        return; // asked for, or the refusal or failure said stays the reason
     setState(endsTheConnection(rc, errorNumber) ? BrokerState::Failed : BrokerState::Reconnecting,
              connectionProblemText(rc, errorNumber));
 }

@@ -129,10 +129,12 @@ private:
     static void onConnectCallback(mosquitto*, void* self, int rc);
     static void onDisconnectCallback(mosquitto*, void* self, int rc);
     static void onPublishCallback(mosquitto*, void* self, int mid);
+    static void onLogCallback(mosquitto*, void* self, int level, const char* text);
 
     void onConnect(int rc);
     void onDisconnect(int rc, int errorNumber);
     void onPublish();
+    void onTlsError(const QString& reason);
     void runConnector();
     void handOver();
     bool publishNow(const QByteArray& topic, const QByteArray& payload, bool retain);

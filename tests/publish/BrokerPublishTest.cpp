@@ -26,6 +26,11 @@ using namespace quvo;
 using namespace quvo::test;
 using namespace std::chrono_literals;
 
+inline void PrintTo(const QString& text, std::ostream* os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
 namespace {
 
 PublishSettings settingsFor(const QString& url, const QString& prefix)
@@ -297,4 +302,43 @@ TEST_F(BrokerPublishTest, ARecordingLosesNothingWhenTheBrokerStopsAndComesBack)
     EXPECT_TRUE(subscriber.waitForLast(QStringLiteral("rec/state"), "idle"));
     EXPECT_EQ(publishing.publisher().dropped(), 0u);
     comm.closePort();
+}
+
+// --- TLS --------------------------------------------------------------------------------------------
+
+TEST(BrokerTls, MqttsWithItsCaFileConnectsAndAnUntrustedCertificateIsSaid)
+{
+    TestBroker broker;
+    QString error;
+    ASSERT_TRUE(broker.useTls(&error)) << error.toStdString();
+    ASSERT_TRUE(broker.makeOtherCa(&error)) << error.toStdString();
+    ASSERT_TRUE(broker.start(&error)) << error.toStdString() << broker.log().toStdString();
+    ASSERT_TRUE(broker.url().startsWith(QStringLiteral("mqtts://")));
+
+    PublishSettings settings = settingsFor(broker.url(), QStringLiteral("tls"));
+    settings.caFile = broker.caFile();
+    EXPECT_EQ(tryBroker(settings, 10s), QString());
+
+    // Signed by a CA the settings do not trust: said, and not tried again.
+    settings.caFile = broker.otherCaFile();
+    const QString untrusted = QStringLiteral("Cannot publish to %1: the TLS connection failed (certificate verify "
+                                             "failed): check the CA file, the host name in the broker's certificate, "
+                                             "and that the broker speaks TLS on this port.")
+                                  .arg(broker.url());
+    EXPECT_EQ(tryBroker(settings, 10s), untrusted);
+    Publishing publishing;
+    ASSERT_TRUE(publishing.apply(settings, &error)) << error.toStdString();
+    EXPECT_EQ(publishing.waitForBroker(10s), untrusted);
+    EXPECT_EQ(publishing.publisher().state(), BrokerState::Failed);
+    EXPECT_TRUE(publishing.statusText().startsWith(QStringLiteral("Publishing stopped: the TLS connection failed")))
+        << publishing.statusText().toStdString();
+
+    // Without a CA file the system's certificates are trusted, and this broker's is not
+    // signed by any of them.
+    settings.caFile.clear();
+    EXPECT_EQ(tryBroker(settings, 10s), untrusted);
+    // A plain mqtt:// client at the TLS port gets no MQTT answer: the broker hangs up.
+    settings.url = QStringLiteral("mqtt://127.0.0.1:%1").arg(broker.port());
+    EXPECT_EQ(tryBroker(settings, 10s),
+              QStringLiteral("Cannot publish to mqtt://127.0.0.1:%1: the connection was lost.").arg(broker.port()));
 }

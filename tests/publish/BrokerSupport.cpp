@@ -89,7 +89,75 @@ TestBroker::~TestBroker()
 
 QString TestBroker::url() const
 {
-    return QStringLiteral("mqtt://127.0.0.1:%1").arg(m_port);
+    return QStringLiteral("%1://127.0.0.1:%2").arg(m_tls ? QStringLiteral("mqtts") : QStringLiteral("mqtt")).arg(m_port);
+}
+
+namespace {
+
+bool runOpenssl(const QStringList& arguments, const QString& folder, QString* error)
+{
+    QProcess openssl;
+    openssl.setWorkingDirectory(folder);
+    openssl.setProcessChannelMode(QProcess::MergedChannels);
+    openssl.start(QStringLiteral("openssl"), arguments);
+    if (openssl.waitForFinished(30000) && openssl.exitStatus() == QProcess::NormalExit && openssl.exitCode() == 0)
+        return true;
+    if (error)
+        *error = QStringLiteral("openssl %1 failed: %2 %3")
+                     .arg(arguments.join(u' '), QString::fromLocal8Bit(openssl.readAll()), openssl.errorString());
+    return false;
+}
+
+// A self-signed CA: <name>.key and <name>.pem in the folder.
+bool makeCa(const QString& folder, const QString& name, QString* error)
+{
+    return runOpenssl({QStringLiteral("req"), QStringLiteral("-x509"), QStringLiteral("-newkey"), QStringLiteral("ec"),
+                       QStringLiteral("-pkeyopt"), QStringLiteral("ec_paramgen_curve:prime256v1"), QStringLiteral("-nodes"),
+                       QStringLiteral("-keyout"), name + QStringLiteral(".key"), QStringLiteral("-out"),
+                       name + QStringLiteral(".pem"), QStringLiteral("-days"), QStringLiteral("2"), QStringLiteral("-subj"),
+                       QStringLiteral("/CN=Quvolink test ") + name},
+                      folder, error);
+}
+
+} // namespace
+
+bool TestBroker::useTls(QString* error)
+{
+    const QString folder = m_dir.path();
+    QFile extensions(m_dir.filePath(QStringLiteral("server.ext")));
+    if (!extensions.open(QIODevice::WriteOnly) || extensions.write("subjectAltName=IP:127.0.0.1\n") < 0) {
+        if (error)
+            *error = QStringLiteral("cannot write ") + extensions.fileName();
+        return false;
+    }
+    extensions.close();
+    m_tls = makeCa(folder, QStringLiteral("ca"), error)
+        && runOpenssl({QStringLiteral("req"), QStringLiteral("-newkey"), QStringLiteral("ec"), QStringLiteral("-pkeyopt"),
+                       QStringLiteral("ec_paramgen_curve:prime256v1"), QStringLiteral("-nodes"), QStringLiteral("-keyout"),
+                       QStringLiteral("server.key"), QStringLiteral("-out"), QStringLiteral("server.csr"),
+                       QStringLiteral("-subj"), QStringLiteral("/CN=127.0.0.1")},
+                      folder, error)
+        && runOpenssl({QStringLiteral("x509"), QStringLiteral("-req"), QStringLiteral("-in"), QStringLiteral("server.csr"),
+                       QStringLiteral("-CA"), QStringLiteral("ca.pem"), QStringLiteral("-CAkey"), QStringLiteral("ca.key"),
+                       QStringLiteral("-CAcreateserial"), QStringLiteral("-out"), QStringLiteral("server.pem"),
+                       QStringLiteral("-days"), QStringLiteral("2"), QStringLiteral("-extfile"), QStringLiteral("server.ext")},
+                      folder, error);
+    return m_tls;
+}
+
+QString TestBroker::caFile() const
+{
+    return m_dir.filePath(QStringLiteral("ca.pem"));
+}
+
+bool TestBroker::makeOtherCa(QString* error)
+{
+    return makeCa(m_dir.path(), QStringLiteral("other"), error);
+}
+
+QString TestBroker::otherCaFile() const
+{
+    return m_dir.filePath(QStringLiteral("other.pem"));
 }
 
 QString TestBroker::log() const
@@ -125,6 +193,11 @@ bool TestBroker::writeConfiguration(QString* error)
     } else {
         text += QStringLiteral("allow_anonymous false\n");
         text += QStringLiteral("password_file %1\n").arg(m_passwordFile);
+    }
+    if (m_tls) {
+        text += QStringLiteral("cafile %1\n").arg(caFile());
+        text += QStringLiteral("certfile %1\n").arg(m_dir.filePath(QStringLiteral("server.pem")));
+        text += QStringLiteral("keyfile %1\n").arg(m_dir.filePath(QStringLiteral("server.key")));
     }
     if (m_persistence) {
         text += QStringLiteral("persistence true\n");

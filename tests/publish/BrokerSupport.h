@@ -41,6 +41,13 @@ public:
     // Before start(): the broker keeps its sessions and their waiting messages on the disk,
     // so that a stop and a start lose nothing of a subscriber's persistent session.
     void keepSessions() { m_persistence = true; }
+    // Before start(): the broker speaks TLS only, with a certificate for 127.0.0.1 signed by a
+    // CA made for it (openssl); caFile() is that CA's certificate.
+    bool useTls(QString* error = nullptr);
+    QString caFile() const;
+    // A CA of its own that signed nothing this broker has (for a certificate not trusted).
+    bool makeOtherCa(QString* error = nullptr);
+    QString otherCaFile() const;
 
     bool start(QString* error = nullptr);
     // SIGTERM, and waits until the broker has ended (a kept session is written then).
@@ -48,7 +55,7 @@ public:
     bool running() const { return m_process.state() != QProcess::NotRunning; }
 
     int port() const { return m_port; }
-    QString url() const; // "mqtt://127.0.0.1:<port>"
+    QString url() const; // "mqtt://127.0.0.1:<port>" ("mqtts://" with TLS)
     QString folder() const { return m_dir.path(); }
     QString log() const;
 
@@ -59,6 +66,7 @@ private:
     QProcess m_process;
     int m_port = 0;
     bool m_persistence = false;
+    bool m_tls = false;
     QString m_passwordFile;
 };
 
