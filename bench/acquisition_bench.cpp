@@ -8,6 +8,13 @@
 //   acquisition_bench timing [SAMPLES]      how long after the second boundary each "RR,1"
 //                                           reaches the simulator; default 120 samples
 //   acquisition_bench journal [ROWS]        cost of one journal row (write + fdatasync)
+//   acquisition_bench publish [MESSAGES]    CPU of publishing one reading to a broker, from a
+//                                           burst of MESSAGES readings (default 20000)
+//
+// `cpu` and `timing` take --mqtt: the readings are also published to a broker of the
+// benchmark's own (mosquitto on 127.0.0.1 at a free port, its CPU not counted); with
+// --mqtt-down that broker is stopped once publishing has connected, so that the readings
+// queue up while the client library tries again and again to reconnect.
 //
 // The simulator runs as the program quvolink-metersim (another process), except for
 // `timing`, where it runs in a thread of this process so that it can stamp each request the
@@ -24,9 +31,13 @@
 #include "resources/ProgramState.h"
 
 #include "metersim/MeterSimulator.h"
+#include "publish/Publishing.h"
+#include "BrokerSupport.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDir>
+#include <QFile>
 #include <QElapsedTimer>
 #include <QMutex>
 #include <QProcess>
@@ -37,9 +48,12 @@
 #include <chrono>
 #include <cstdio>
 #include <numeric>
+#include <optional>
 #include <vector>
 
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using namespace quvo;
 
@@ -51,6 +65,66 @@ double cpuSeconds()
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_utime.tv_sec + usage.ru_utime.tv_usec / 1e6 + usage.ru_stime.tv_sec + usage.ru_stime.tv_usec / 1e6;
 }
+
+// CPU seconds of this process's threads other than the calling one (the client library's
+// network thread, the simulator's), from /proc.
+double otherThreadsCpuSeconds()
+{
+    const long ticks = sysconf(_SC_CLK_TCK);
+    const QString self = QString::number(syscall(SYS_gettid));
+    double seconds = 0;
+    for (const QString& task : QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (task == self)
+            continue;
+        QFile stat(QStringLiteral("/proc/self/task/%1/stat").arg(task));
+        if (!stat.open(QIODevice::ReadOnly))
+            continue;
+        const QByteArray text = stat.readAll();
+        // Fields after the command's closing parenthesis: state is field 3, utime 14, stime 15.
+        const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
+        if (fields.size() > 12)
+            seconds += (fields[11].toDouble() + fields[12].toDouble()) / ticks;
+    }
+    return seconds;
+}
+
+// A broker of the benchmark's own and the publishing to it (--mqtt, --mqtt-down).
+class BenchBroker {
+public:
+    bool start(bool stopAfterConnecting)
+    {
+        QString error;
+        if (!m_broker.start(&error)) {
+            std::fprintf(stderr, "the broker did not start: %s\n", qPrintable(error));
+            return false;
+        }
+        PublishSettings settings;
+        settings.enabled = true;
+        settings.url = m_broker.url();
+        settings.topicPrefix = QStringLiteral("bench");
+        m_publishing.setTuning(PublisherOptions::DefaultQueueCapacity, 30);
+        if (!m_publishing.apply(settings, &error) || !(error = m_publishing.waitForBroker(std::chrono::seconds(10))).isEmpty()) {
+            std::fprintf(stderr, "publishing did not start: %s\n", qPrintable(error));
+            return false;
+        }
+        if (stopAfterConnecting) {
+            m_broker.stop();
+            waitUntil([this] { return m_publishing.publisher().state() != BrokerState::Connected; });
+        }
+        return true;
+    }
+    Publishing& publishing() { return m_publishing; }
+    void report() const
+    {
+        std::printf("publishing: %s; %zu messages waiting, %llu dropped\n", qPrintable(m_publishing.statusText()),
+                    m_publishing.publisher().waiting(),
+                    static_cast<unsigned long long>(m_publishing.publisher().dropped()));
+    }
+
+private:
+    test::TestBroker m_broker;
+    Publishing m_publishing;
+};
 
 // quvolink-metersim in its own process; its first line of output is the device path.
 class SimulatorProcess {
@@ -75,8 +149,14 @@ private:
     QString m_device;
 };
 
-int benchCpu(int seconds)
+int benchCpu(int seconds, int mqtt)
 {
+    std::optional<BenchBroker> broker;
+    if (mqtt) {
+        broker.emplace();
+        if (!broker->start(mqtt == 2))
+            return 1;
+    }
     SimulatorProcess simulator({});
     if (simulator.device().isEmpty()) {
         std::fprintf(stderr, "the simulator did not start\n");
@@ -88,6 +168,8 @@ int benchCpu(int seconds)
     comm.setCommPort(simulator.device());
     Realtime realtime(comm, host);
     realtime.setJournalFolder(home.path());
+    if (broker)
+        host.setReadingObserver(&broker->publishing());
     DataDocument* document = host.newDocument(DataKinds::Realtime);
     document->SetInterval(QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("01"));
     const int minutes = seconds / 60;
@@ -95,15 +177,21 @@ int benchCpu(int seconds)
                         QString::number(seconds % 60));
 
     const double cpuBefore = cpuSeconds();
+    const double otherBefore = otherThreadsCpuSeconds();
     QElapsedTimer wall;
     wall.start();
     realtime.mnuRealtimeStart();
     waitUntil([] { return programState().CommState == CommStates::Idle; });
     const double elapsed = wall.nsecsElapsed() / 1e9;
     const double cpu = cpuSeconds() - cpuBefore;
-    std::printf("recording: %d rows in %.1f s wall, %.3f s CPU of this process: %.3f %% of one core "
-                "(%.2f ms CPU per second)\n",
-                document->GetDatacount(), elapsed, cpu, 100.0 * cpu / elapsed, 1000.0 * cpu / elapsed);
+    const double other = otherThreadsCpuSeconds() - otherBefore;
+    std::printf("recording%s: %d rows in %.1f s wall, %.3f s CPU of this process: %.3f %% of one core "
+                "(%.2f ms CPU per second; other threads %.3f s)\n",
+                mqtt == 1 ? " with publishing" : (mqtt == 2 ? " with publishing, broker stopped" : ""),
+                document->GetDatacount(), elapsed, cpu, 100.0 * cpu / elapsed, 1000.0 * cpu / elapsed, other);
+    if (broker)
+        broker->report();
+    host.setReadingObserver(nullptr);
     return 0;
 }
 
@@ -168,8 +256,14 @@ int benchDownload(bool pace, int count)
 }
 
 // The simulator in a thread of this process, stamping each "RR,1" as it reads it.
-int benchTiming(int samples)
+int benchTiming(int samples, int mqtt)
 {
+    std::optional<BenchBroker> broker;
+    if (mqtt) {
+        broker.emplace();
+        if (!broker->start(mqtt == 2))
+            return 1;
+    }
     QThread thread;
     thread.start();
     QObject inThread;
@@ -201,6 +295,8 @@ int benchTiming(int samples)
     Comm comm(&host.prompter());
     comm.setCommPort(device);
     Realtime realtime(comm, host);
+    if (broker)
+        host.setReadingObserver(&broker->publishing());
     DataDocument* document = host.newDocument(DataKinds::Realtime);
     document->SetInterval(QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("01"));
     realtime.mnuRealtimeStart();
@@ -219,9 +315,13 @@ int benchTiming(int samples)
     std::sort(sorted.begin(), sorted.end());
     const int within = static_cast<int>(std::count_if(sorted.begin(), sorted.end(), [](int ms) { return ms <= 20; }));
     const auto at = [&](double q) { return sorted[static_cast<std::size_t>(q * (samples - 1))]; };
-    std::printf("%d requests: ms after the second boundary when the simulator read them: min %d, median %d, "
+    std::printf("%d requests%s: ms after the second boundary when the simulator read them: min %d, median %d, "
                 "p99 %d, max %d; within 20 ms: %d (%.1f %%)\n",
-                samples, sorted.front(), at(0.5), at(0.99), sorted.back(), within, 100.0 * within / samples);
+                samples, mqtt == 1 ? " with publishing" : (mqtt == 2 ? " with publishing, broker stopped" : ""),
+                sorted.front(), at(0.5), at(0.99), sorted.back(), within, 100.0 * within / samples);
+    if (broker)
+        broker->report();
+    host.setReadingObserver(nullptr);
     return 0;
 }
 
@@ -254,6 +354,44 @@ int benchJournal(int rows)
     return 0;
 }
 
+// CPU of publishing one reading: a burst of readings handed to a connected publisher, from
+// the first until the broker acknowledged the last, over the number of readings. The
+// window's thread (JSON, queue, hand-over) and the client library's thread (writing,
+// acknowledgements) are counted apart.
+int benchPublish(int messages)
+{
+    BenchBroker broker;
+    if (!broker.start(false))
+        return 1;
+    Publishing& publishing = broker.publishing();
+    TakenReading reading;
+    reading.kind = ReadingKind::Realtime;
+    reading.unit = QStringLiteral("VDC");
+    const double cpuBefore = cpuSeconds();
+    const double otherBefore = otherThreadsCpuSeconds();
+    QElapsedTimer wall;
+    wall.start();
+    for (int i = 1; i <= messages; ++i) {
+        reading.time = QDateTime::currentDateTime();
+        reading.timeText = reading.time.toString(QStringLiteral("HH:mm:ss"));
+        reading.row = i;
+        reading.text = reading.number = QStringLiteral("%1.%2E-3").arg(i % 100).arg(i % 1000, 3, 10, QLatin1Char('0'));
+        publishing.readingTaken(reading);
+    }
+    const double handedNs = static_cast<double>(wall.nsecsElapsed());
+    waitUntil([&] { return publishing.publisher().waiting() == 0; });
+    const double elapsed = wall.nsecsElapsed() / 1e9;
+    const double cpu = cpuSeconds() - cpuBefore;
+    const double other = otherThreadsCpuSeconds() - otherBefore;
+    std::printf("%d readings published in %.2f s: %.1f us CPU a reading in all (window's thread %.1f us, library's "
+                "thread %.1f us); wall time of a hand-over %.1f us\n",
+                messages, elapsed, 1e6 * cpu / messages, 1e6 * (cpu - other) / messages, 1e6 * other / messages,
+                handedNs / 1e3 / messages);
+    std::printf("at one reading a second: %.4f %% of one core\n", 100.0 * cpu / messages);
+    broker.report();
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -261,17 +399,23 @@ int main(int argc, char** argv)
     QCoreApplication app(argc, argv);
     QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString what = arguments.isEmpty() ? QString() : arguments.takeFirst();
+    // --mqtt: publish to a broker of our own; --mqtt-down: and stop it once connected.
+    const int mqtt = arguments.removeAll(QStringLiteral("--mqtt-down")) > 0 ? 2
+                   : arguments.removeAll(QStringLiteral("--mqtt")) > 0   ? 1
+                                                                          : 0;
     if (what == QLatin1String("cpu"))
-        return benchCpu(arguments.isEmpty() ? 60 : arguments.first().toInt());
+        return benchCpu(arguments.isEmpty() ? 60 : arguments.first().toInt(), mqtt);
     if (what == QLatin1String("download")) {
         const bool pace = arguments.removeAll(QStringLiteral("--pace")) > 0;
         return benchDownload(pace, arguments.isEmpty() ? 2000 : arguments.first().toInt());
     }
     if (what == QLatin1String("timing"))
-        return benchTiming(arguments.isEmpty() ? 120 : arguments.first().toInt());
+        return benchTiming(arguments.isEmpty() ? 120 : arguments.first().toInt(), mqtt);
+    if (what == QLatin1String("publish"))
+        return benchPublish(arguments.isEmpty() ? 20000 : arguments.first().toInt());
     if (what == QLatin1String("journal"))
         return benchJournal(arguments.isEmpty() ? 300 : arguments.first().toInt());
-    std::fprintf(stderr, "usage: acquisition_bench cpu [SECONDS] | download [--pace] [N] | timing [SAMPLES] | "
-                         "journal [ROWS]\n");
+    std::fprintf(stderr, "usage: acquisition_bench cpu [SECONDS] [--mqtt|--mqtt-down] | download [--pace] [N] | "
+                         "timing [SAMPLES] [--mqtt|--mqtt-down] | journal [ROWS] | publish [MESSAGES]\n");
     return 2;
 }

@@ -57,6 +57,7 @@ public:
     void setTuning(std::size_t queueCapacity, int reconnectDelayMaxSeconds);
 
     MqttPublisher& publisher() { return m_publisher; }
+    const MqttPublisher& publisher() const { return m_publisher; }
     QString url() const { return m_url; }
     QString statusText() const;
     // Runs the event loop until the broker's first answer, for at most `limit`; empty when
