@@ -9,9 +9,22 @@ bash scripts/install-deps.sh
 bash scripts/build.sh release
 
 home=$(mktemp -d)
-trap 'rm -rf "$home"' EXIT
+broker_pid=
+cleanup() {
+  if [ -n "$broker_pid" ]; then kill "$broker_pid" 2>/dev/null || true; wait "$broker_pid" 2>/dev/null || true; fi
+  rm -rf "$home"
+}
+trap cleanup EXIT
 mkdir -p docs/screenshots
-QUVOLINK_HOME="$home" XDG_RUNTIME_DIR="$home" \
+
+# A broker of our own on 127.0.0.1, for the status bar of publishing.
+port=$(/usr/bin/python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+printf 'listener %s 127.0.0.1\nallow_anonymous true\nuser %s\n' "$port" "$(id -un)" > "$home/mosquitto.conf"
+/usr/sbin/mosquitto -c "$home/mosquitto.conf" 2>/dev/null &
+broker_pid=$!
+sleep 0.5
+
+QUVOLINK_HOME="$home" XDG_RUNTIME_DIR="$home" QUVOLINK_SCREENSHOT_BROKER="mqtt://127.0.0.1:$port" \
   xvfb-run -a -s "-screen 0 1280x800x24" \
   build/src/app/quvolink --simulate --screenshots docs/screenshots
 

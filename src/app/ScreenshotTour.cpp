@@ -12,6 +12,8 @@
 #include "forward/ForwardSetup.h"
 #include "forward/frmForward.h"
 #include "link/frmPort.h"
+#include "publish/Publishing.h"
+#include "publish/frmPublishing.h"
 #include "metersim/MeterSimulator.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
@@ -25,6 +27,7 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QPixmap>
+#include <QStatusBar>
 #include <QTimer>
 
 #include <cmath>
@@ -157,6 +160,34 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
         frmSplash splash;
         splash.show();
         ok &= save(&splash, folder, QStringLiteral("splash"));
+    }
+    {
+        PublishSettings example;
+        example.enabled = true;
+        example.url = QStringLiteral("mqtts://broker.lab:8883");
+        example.userName = QStringLiteral("bench");
+        example.password = QStringLiteral("secret");
+        example.topicPrefix = QStringLiteral("lab/bench1");
+        frmPublishing dialog(example, &mainWindow.prompter(), &mainWindow);
+        dialog.show();
+        ok &= save(&dialog, folder, QStringLiteral("publishing-dialog"));
+    }
+    // The status bar while publishing to a real broker, when the script started one.
+    const QString broker = qEnvironmentVariable("QUVOLINK_SCREENSHOT_BROKER");
+    if (!broker.isEmpty()) {
+        PublishSettings settings;
+        settings.enabled = true;
+        settings.url = broker;
+        settings.topicPrefix = QStringLiteral("lab/bench1");
+        Publishing& publishing = mainWindow.publishing();
+        const QString problem = publishing.apply(settings) ? publishing.waitForBroker(std::chrono::seconds(5))
+                                                            : QStringLiteral("the settings were refused");
+        if (!problem.isEmpty()) {
+            std::fprintf(stderr, "Publishing to %s: %s\n", qPrintable(broker), qPrintable(problem));
+            ok = false;
+        }
+        ok &= save(mainWindow.statusBar(), folder, QStringLiteral("publishing-status"));
+        publishing.stop();
     }
 
     // The sample document is not to be kept: leave answering No to the save question.
