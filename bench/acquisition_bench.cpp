@@ -48,7 +48,7 @@
 #include <chrono>
 #include <cstdio>
 #include <numeric>
-#include <optional>
+#include <memory>
 #include <vector>
 
 #include <sys/resource.h>
@@ -126,6 +126,15 @@ private:
     Publishing m_publishing;
 };
 
+// The broker of --mqtt (1) or --mqtt-down (2); none for 0. False when it could not start.
+bool startBroker(int mqtt, std::unique_ptr<BenchBroker>& broker)
+{
+    if (mqtt == 0)
+        return true;
+    broker = std::make_unique<BenchBroker>();
+    return broker->start(mqtt == 2);
+}
+
 // quvolink-metersim in its own process; its first line of output is the device path.
 class SimulatorProcess {
 public:
@@ -151,12 +160,9 @@ private:
 
 int benchCpu(int seconds, int mqtt)
 {
-    std::optional<BenchBroker> broker;
-    if (mqtt) {
-        broker.emplace();
-        if (!broker->start(mqtt == 2))
-            return 1;
-    }
+    std::unique_ptr<BenchBroker> broker;
+    if (!startBroker(mqtt, broker))
+        return 1;
     SimulatorProcess simulator({});
     if (simulator.device().isEmpty()) {
         std::fprintf(stderr, "the simulator did not start\n");
@@ -258,12 +264,9 @@ int benchDownload(bool pace, int count)
 // The simulator in a thread of this process, stamping each "RR,1" as it reads it.
 int benchTiming(int samples, int mqtt)
 {
-    std::optional<BenchBroker> broker;
-    if (mqtt) {
-        broker.emplace();
-        if (!broker->start(mqtt == 2))
-            return 1;
-    }
+    std::unique_ptr<BenchBroker> broker;
+    if (!startBroker(mqtt, broker))
+        return 1;
     QThread thread;
     thread.start();
     QObject inThread;

@@ -1,10 +1,14 @@
 #include "AcquisitionTestSupport.h"
 
 #include "link/Comm.h"
+#include "resources/Constant.h"
 #include "resources/ProgramState.h"
+#include "support/TestHelpers.h"
 #include "resources/ResID.h"
 
 #include <QTimer>
+
+#include <gtest/gtest.h>
 
 #include "metersim/MeterSimulator.h"
 
@@ -90,6 +94,41 @@ QByteArray ScriptedMeter::respond(const QByteArray& command)
     } else
         reply = line(QStringLiteral("CMD,ERR"));
     return echo + reply;
+}
+
+void advanceSecond(FakeClock& clock, Realtime& realtime, const ScriptedMeter& meter, int count)
+{
+    using namespace std::chrono_literals;
+    clock.advance(count * 1000);
+    const int before = meter.readingRequests();
+    realtime.tmRealtime_Timer();
+    const ProgramState& s = programState();
+    if (s.CommState != CommStates::Realtime && s.CommState != CommStates::Monitor)
+        return;
+    if (s.LastCommand != Commands::Reading || !s.RecvBuffer.isEmpty())
+        return;
+    ASSERT_TRUE(waitFor([&] { return meter.readingRequests() > before; }, 5s)) << "no request reached the meter";
+    ASSERT_TRUE(waitFor([&] { return s.RecvBuffer == QString::fromLatin1(meter.lastReply()); }, 5s))
+        << "the reply did not arrive: " << s.RecvBuffer.toStdString();
+}
+
+void SteppedRealtimeTest::SetUp()
+{
+    resetProgramState();
+    QString error;
+    ASSERT_TRUE(meter.open(&error)) << error.toStdString();
+    comm.setCommPort(meter.devicePath());
+    comm.setAnswerTimeoutMs(2000);
+    realtime.setClock(&clock);
+    realtime.setAutomaticTicks(false);
+    host.setMonitor(&monitor);
+    clock.t = QDateTime(QDate(2024, 3, 5), QTime(12, 0, 0, 500));
+}
+
+void SteppedRealtimeTest::TearDown()
+{
+    comm.closePort();
+    resetProgramState();
 }
 
 } // namespace quvo::test

@@ -5,7 +5,9 @@
 // scripted meter on a real pseudo-terminal whose answers the test chooses.
 
 #include "acquisition/CommandHost.h"
+#include "acquisition/HeadlessHost.h"
 #include "acquisition/Realtime.h"
+#include "link/Comm.h"
 #include "link/PtyPeer.h"
 #include "resources/ProgressView.h"
 
@@ -19,9 +21,7 @@
 #include <functional>
 #include <optional>
 
-namespace quvo {
-class Comm;
-}
+#include <gtest/gtest.h>
 
 namespace quvo::test {
 
@@ -132,6 +132,28 @@ private:
     QByteArray respond(const QByteArray& command);
     int m_readings = 0;
     QByteArray m_lastReply;
+};
+
+// The clock moves on by whole seconds and the tick runs; when the tick asked the meter for a
+// reading, waits until the whole reply is in RecvBuffer (a failed wait fails the test).
+void advanceSecond(FakeClock& clock, Realtime& realtime, const ScriptedMeter& meter, int count = 1);
+
+// Realtime recording or monitor mode driven second by second: the scripted meter on its
+// pseudo-terminal, the link (answers waited for 2 s), Realtime on a clock the test moves
+// (from 2024-03-05 12:00:00.500) with its timers off, and a Monitor that keeps what it shows.
+class SteppedRealtimeTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    // One or more seconds on the clock and the tick (advanceSecond).
+    void second(int count = 1) { advanceSecond(clock, realtime, meter, count); }
+
+    HeadlessHost host;
+    Comm comm{&host.prompter()};
+    Realtime realtime{comm, host};
+    FakeClock clock;
+    ScriptedMeter meter;
+    RecordingMonitor monitor;
 };
 
 } // namespace quvo::test

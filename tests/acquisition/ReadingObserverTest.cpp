@@ -54,44 +54,14 @@ void expectMonitorReading(const TakenReading& r, int request, const QDateTime& t
     EXPECT_TRUE(r.timeText.isEmpty());
 }
 
-class ObservedRealtimeTest : public ::testing::Test {
+class ObservedRealtimeTest : public SteppedRealtimeTest {
 protected:
     void SetUp() override
     {
-        resetProgramState();
-        QString error;
-        ASSERT_TRUE(meter.open(&error)) << error.toStdString();
-        comm.setCommPort(meter.devicePath());
-        comm.setAnswerTimeoutMs(2000);
-        realtime.setClock(&clock);
-        realtime.setAutomaticTicks(false);
+        SteppedRealtimeTest::SetUp();
         host.setReadingObserver(&observer);
-        clock.t = QDateTime(QDate(2024, 3, 5), QTime(12, 0, 0, 500));
-    }
-    void TearDown() override
-    {
-        comm.closePort();
-        resetProgramState();
     }
 
-    // One second on the clock and the tick; waits for the meter's reply to a request.
-    void second(int count = 1)
-    {
-        clock.advance(count * 1000);
-        const int before = meter.readingRequests();
-        realtime.tmRealtime_Timer();
-        const int state = programState().CommState;
-        if (state != CommStates::Realtime && state != CommStates::Monitor)
-            return;
-        ASSERT_TRUE(waitFor([&] { return meter.readingRequests() > before; }, 5s));
-        ASSERT_TRUE(waitFor([&] { return programState().RecvBuffer == QString::fromLatin1(meter.lastReply()); }, 5s));
-    }
-
-    HeadlessHost host;
-    Comm comm{&host.prompter()};
-    Realtime realtime{comm, host};
-    FakeClock clock;
-    ScriptedMeter meter;
     ObserverLog observer;
 };
 

@@ -39,27 +39,8 @@ TimeTexts seconds(int s)
     return {QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QString::number(s).rightJustified(2, u'0')};
 }
 
-class RealtimeTest : public ::testing::Test {
+class RealtimeTest : public SteppedRealtimeTest {
 protected:
-    void SetUp() override
-    {
-        resetProgramState();
-        QString error;
-        ASSERT_TRUE(meter.open(&error)) << error.toStdString();
-        comm.setCommPort(meter.devicePath());
-        comm.setAnswerTimeoutMs(2000);
-        realtime.setClock(&clock);
-        realtime.setAutomaticTicks(false);
-        host.setMonitor(&monitor);
-        clock.t = QDateTime(QDate(2024, 3, 5), QTime(12, 0, 0, 500));
-    }
-
-    void TearDown() override
-    {
-        comm.closePort();
-        resetProgramState();
-    }
-
     // A realtime document with this interval and period (none when period is empty), made
     // active.
     DataDocument* makeDocument(const TimeTexts& interval, std::optional<TimeTexts> period)
@@ -89,22 +70,6 @@ protected:
         }
     }
 
-    // The clock moves on by whole seconds and the tick runs; when it asked the meter for a
-    // reading, the test waits until the whole reply is in RecvBuffer.
-    void second(int count = 1)
-    {
-        clock.advance(count * 1000);
-        const int before = meter.readingRequests();
-        realtime.tmRealtime_Timer();
-        if (programState().CommState != CommStates::Realtime && programState().CommState != CommStates::Monitor)
-            return;
-        if (programState().LastCommand != Commands::Reading || !programState().RecvBuffer.isEmpty())
-            return;
-        ASSERT_TRUE(waitFor([&] { return meter.readingRequests() > before; }, 5s)) << "no request reached the meter";
-        ASSERT_TRUE(waitFor([&] { return programState().RecvBuffer == QString::fromLatin1(meter.lastReply()); }, 5s))
-            << "the reply did not arrive: " << programState().RecvBuffer.toStdString();
-    }
-
     // Seconds until the recording ends (at most `limit`).
     int runToEnd(int limit)
     {
@@ -117,13 +82,6 @@ protected:
     }
 
     static QString label(int h, int m, int s) { return QTime(h, m, s).toString(QStringLiteral("hh:mm:ss")); }
-
-    HeadlessHost host;
-    Comm comm{&host.prompter()};
-    Realtime realtime{comm, host};
-    FakeClock clock;
-    ScriptedMeter meter;
-    RecordingMonitor monitor;
 };
 
 TEST_F(RealtimeTest, IntervalFivePeriodTwentyGivesFiveRowsAndOnlyRefreshesTheMonitorBetween)

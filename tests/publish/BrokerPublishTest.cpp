@@ -17,7 +17,6 @@
 
 #include "metersim/MeterSimulator.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <gtest/gtest.h>
@@ -53,11 +52,6 @@ TakenReading numberedReading(int row)
     r.number = r.text;
     r.unit = QStringLiteral("VDC");
     return r;
-}
-
-QJsonObject json(const QByteArray& payload)
-{
-    return QJsonDocument::fromJson(payload).object();
 }
 
 class BrokerPublishTest : public ::testing::Test {
@@ -150,10 +144,7 @@ TEST_F(BrokerPublishTest, WhileTheBrokerIsAwayTheOldestReadingsAreDroppedAndTheR
     ASSERT_TRUE(waitFor([&] { return publishing.publisher().state() == BrokerState::Connected; }, 20s))
         << publishing.statusText().toStdString();
     ASSERT_TRUE(subscriber.waitForCount(QStringLiteral("away/reading"), 5, 20s));
-    QList<int> rows;
-    for (const QByteArray& payload : subscriber.payloads(QStringLiteral("away/reading")))
-        rows.append(json(payload).value(QStringLiteral("row")).toInt());
-    EXPECT_EQ(rows, (QList<int>{8, 9, 10, 11, 12}));
+    EXPECT_EQ(rowsOf(subscriber.payloads(QStringLiteral("away/reading"))), (QList<int>{8, 9, 10, 11, 12}));
     EXPECT_TRUE(waitFor([&] { return publishing.publisher().waiting() == 0; }, 10s));
 }
 
@@ -227,10 +218,7 @@ TEST(BrokerAbsent, PublishingKeepsTryingAndConnectsOnceTheBrokerIsThere)
         << publishing.statusText().toStdString();
     ASSERT_TRUE(waitFor([&] { return publishing.publisher().waiting() == 0; }, 10s));
     ASSERT_TRUE(subscriber.waitForCount(QStringLiteral("late/reading"), 3));
-    QList<int> rows;
-    for (const QByteArray& payload : subscriber.payloads(QStringLiteral("late/reading")))
-        rows.append(json(payload).value(QStringLiteral("row")).toInt());
-    EXPECT_EQ(rows, (QList<int>{1, 2, 3}));
+    EXPECT_EQ(rowsOf(subscriber.payloads(QStringLiteral("late/reading"))), (QList<int>{1, 2, 3}));
     EXPECT_TRUE(subscriber.waitForLast(QStringLiteral("late/status"), "online"));
 }
 
@@ -281,8 +269,7 @@ TEST_F(BrokerPublishTest, ARecordingLosesNothingWhenTheBrokerStopsAndComesBack)
         << publishing.statusText().toStdString();
     const auto rowsArrived = [&] {
         QList<int> rows;
-        for (const QByteArray& payload : subscriber.payloads(QStringLiteral("rec/reading"))) {
-            const int row = json(payload).value(QStringLiteral("row")).toInt();
+        for (const int row : rowsOf(subscriber.payloads(QStringLiteral("rec/reading")))) {
             if (!rows.contains(row))
                 rows.append(row); // QoS 1: a message may come twice
         }
@@ -291,7 +278,7 @@ TEST_F(BrokerPublishTest, ARecordingLosesNothingWhenTheBrokerStopsAndComesBack)
     ASSERT_TRUE(waitFor([&] { return rowsArrived().size() >= 10; }, 20s)) << rowsArrived().size();
     EXPECT_EQ(rowsArrived(), (QList<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
     for (const QByteArray& payload : subscriber.payloads(QStringLiteral("rec/reading"))) {
-        const QJsonObject reading = json(payload);
+        const QJsonObject reading = jsonOf(payload);
         const int row = reading.value(QStringLiteral("row")).toInt();
         EXPECT_EQ(reading.value(QStringLiteral("kind")).toString(), QStringLiteral("realtime"));
         EXPECT_EQ(reading.value(QStringLiteral("label")).toString(), document->TextMatrix(row, 1)) << row;

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QJsonDocument>
 #include <QThread>
 
 #include <mosquitto.h>
@@ -42,6 +43,19 @@ int freeLocalPort()
         port = ntohs(address.sin_port);
     close(fd);
     return port;
+}
+
+QJsonObject jsonOf(const QByteArray& payload)
+{
+    return QJsonDocument::fromJson(payload).object();
+}
+
+QList<int> rowsOf(const QList<QByteArray>& payloads)
+{
+    QList<int> rows;
+    for (const QByteArray& payload : payloads)
+        rows.append(jsonOf(payload).value(QStringLiteral("row")).toInt());
+    return rows;
 }
 
 namespace {

@@ -10,6 +10,7 @@
 // sees it at once.
 
 #include <QByteArray>
+#include <QJsonObject>
 #include <QList>
 #include <QProcess>
 #include <QString>
@@ -26,6 +27,11 @@ namespace quvo::test {
 
 // A port on 127.0.0.1 where nothing listens (at the moment of asking).
 int freeLocalPort();
+
+// A reading's payload as a JSON object (empty when it is none).
+QJsonObject jsonOf(const QByteArray& payload);
+// The "row" of each reading payload, in order.
+QList<int> rowsOf(const QList<QByteArray>& payloads);
 
 class TestBroker {
 public:

@@ -11,7 +11,6 @@
 #include "support/TestHelpers.h"
 
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcessEnvironment>
 
@@ -22,11 +21,6 @@ using namespace quvo::test;
 using namespace std::chrono_literals;
 
 namespace {
-
-QJsonObject json(const QByteArray& payload)
-{
-    return QJsonDocument::fromJson(payload).object();
-}
 
 class PublishCommandsTest : public ::testing::Test {
 protected:
@@ -69,7 +63,7 @@ protected:
     {
         QList<QJsonObject> result;
         for (const QByteArray& payload : subscriber.payloads(topic)) {
-            const QJsonObject reading = json(payload);
+            const QJsonObject reading = jsonOf(payload);
             if (reading.value(QStringLiteral("kind")).toString() == kind)
                 result.append(reading);
         }
