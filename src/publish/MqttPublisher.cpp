@@ -314,6 +314,9 @@ void MqttPublisher::publish(const QString& subtopic, const QByteArray& payload, 
 {
     if (!m_queue)
         return;
+    const BrokerState now = state();
+    if (now == BrokerState::Refused || now == BrokerState::Failed)
+        return; // nothing will be sent until the settings are applied again
     const QByteArray fullTopic = topic(subtopic).toUtf8();
     std::size_t dropped = 0;
     if (retain) {

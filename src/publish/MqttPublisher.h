@@ -94,13 +94,15 @@ public:
 
     // Ends the connection: with `announce`, "offline" on the status topic; what waits is sent
     // for at most `flush` while the broker is connected; then the connection is closed.
-    // Returns how many messages the broker had not acknowledged by then.
+    // Returns how many messages the broker had not acknowledged by then. A first connection
+    // under way is let finish its name lookup (which cannot be cut short) first.
     std::size_t stop(std::chrono::milliseconds flush = std::chrono::seconds(2));
 
     bool running() const { return m_mosq != nullptr; }
 
     // Queues a message for "<prefix>/<subtopic>" (QoS 1). Never waits. A retained message is
-    // also remembered for the next connects.
+    // also remembered for the next connects. Once the broker refused the client or the
+    // connection failed for good, nothing is queued any more.
     void publish(const QString& subtopic, const QByteArray& payload, bool retain = false);
 
     BrokerState state() const;

@@ -12,7 +12,7 @@ QString isoTimeWithOffset(const QDateTime& instant)
 {
     const int offset = instant.offsetFromUtc(); // seconds east of UTC
     const int minutes = std::abs(offset) / 60;
-    return instant.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss"))
+    return instant.toString(QStringLiteral("yyyy-MM-dd'T'HH:mm:ss"))
         + QStringLiteral("%1%2:%3")
               .arg(offset < 0 ? QLatin1Char('-') : QLatin1Char('+'))
               .arg(minutes / 60, 2, 10, QLatin1Char('0'))
