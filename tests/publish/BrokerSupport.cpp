@@ -292,8 +292,10 @@ TestSubscriber::TestSubscriber(int port, const QString& filter, const QString& s
 
 TestSubscriber::~TestSubscriber()
 {
+    // Not cancelled: a thread cut short in a callback would leave its message unfreed. It
+    // ends once the disconnect is written, or after its reconnect delay of a second.
     mosquitto_disconnect(m_mosq);
-    mosquitto_loop_stop(m_mosq, true);
+    mosquitto_loop_stop(m_mosq, false);
     mosquitto_destroy(m_mosq);
 }
 
