@@ -254,4 +254,21 @@ int mirrorColumn(const SheetModel& sheet, int plottedIndex)
     return std::max(Z, sheet.lastUsedColumn() + 2) + plottedIndex;
 }
 
+SeriesMarkers seriesMarkers(const std::vector<bool>& hasNumber)
+{
+    SeriesMarkers markers;
+    const int count = static_cast<int>(hasNumber.size());
+    for (int i = 0; i < count; ++i) {
+        const bool before = i > 0 && hasNumber[static_cast<std::size_t>(i - 1)];
+        const bool after = i + 1 < count && hasNumber[static_cast<std::size_t>(i + 1)];
+        if (hasNumber[static_cast<std::size_t>(i)] && !before && !after)
+            markers.points.push_back(i);
+    }
+    if (static_cast<int>(markers.points.size()) > MaxMarkedPoints) {
+        markers.everyPoint = true;
+        markers.points.clear();
+    }
+    return markers;
+}
+
 } // namespace quvo::xlsx

@@ -136,4 +136,17 @@ double rowTopPoints(int row);
 // second column after the last one used when the sheet is wider than that.
 int mirrorColumn(const SheetModel& sheet, int plottedIndex);
 
+// --- Markers ------------------------------------------------------------------------------
+// A line series draws a reading only as part of a line to its neighbour, so a reading with
+// no neighbour (between two gaps, next to a gap at either end, or the only one) would not
+// be seen. Such points get a marker; when there are more than MaxMarkedPoints of them the
+// readings are sparse, and every point gets one.
+constexpr int MaxMarkedPoints = 200;
+struct SeriesMarkers {
+    bool everyPoint = false;
+    std::vector<int> points; // the points standing alone, counted from 0 (when not everyPoint)
+};
+// `hasNumber`: for each point of the series, whether it holds a number (otherwise a gap).
+SeriesMarkers seriesMarkers(const std::vector<bool>& hasNumber);
+
 } // namespace quvo::xlsx

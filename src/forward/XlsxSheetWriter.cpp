@@ -24,6 +24,26 @@ constexpr double DefaultChartWidthPixels = 480;
 constexpr double DefaultChartHeightPixels = 288;
 constexpr std::uint8_t TextFormatIndex = 49; // the built-in number format "@"
 
+// The chart's colours, all written out: a chart that leaves them to the workbook's theme
+// draws no line and no gridlines in a workbook without a theme part (as some spreadsheet
+// programs save them), and looks different from one program to the next.
+namespace ChartColour {
+constexpr lxw_color_t Series = 0x0000FF; // the document window's line
+constexpr lxw_color_t Gridlines = 0xD9D9D9;
+constexpr lxw_color_t Axes = 0x808080;
+constexpr lxw_color_t Text = 0x404040;
+constexpr lxw_color_t Background = 0xFFFFFF;
+constexpr lxw_color_t Frame = 0xA6A6A6;
+} // namespace ChartColour
+constexpr float SeriesLineWidth = 1.5f; // points: 2 pixels, as in the document window
+constexpr std::uint8_t MarkerSize = 5;
+
+// What is added to a chart part once libxlsxwriter has written it: the points of each
+// series that get a marker of their own (see seriesMarkers()).
+struct ChartFinish {
+    std::vector<std::vector<int>> markedPoints; // per series, in the order of the series
+};
+
 bool isXmlCharacter(char32_t c)
 {
     return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD)
@@ -121,8 +141,8 @@ Anchor anchorAt(double left, double top)
 
 class SheetWriter {
 public:
-    SheetWriter(lxw_workbook* workbook, FormatCache& formats, const SheetModel& sheet)
-        : m_workbook(workbook), m_formats(formats), m_sheet(sheet), m_name(sheet.name().toUtf8())
+    SheetWriter(lxw_workbook* workbook, FormatCache& formats, const SheetModel& sheet, std::vector<ChartFinish>& finishes)
+        : m_workbook(workbook), m_formats(formats), m_sheet(sheet), m_name(sheet.name().toUtf8()), m_finishes(finishes)
     {
     }
 
@@ -225,6 +245,7 @@ private:
             plotted.push_back(firstSeriesColumn);
 
         const char* sheetName = m_name.constData();
+        ChartFinish finish;
         for (const int column : plotted) {
             lxw_chart_series* series = chart_add_series(chart, nullptr, nullptr);
             if (!series)
@@ -243,9 +264,14 @@ private:
             if (model.seriesLabels > 0)
                 chart_series_set_name_range(series, sheetName, static_cast<lxw_row_t>(source.firstRow - 1),
                                             static_cast<lxw_col_t>(column - 1));
-            chart_series_set_marker_type(series, LXW_CHART_MARKER_NONE);
+            styleSeries(series);
+            const SeriesMarkers markers = seriesMarkers(numberFlags(column, firstDataRow, source.lastRow));
+            if (markers.everyPoint)
+                setMarkers(series);
+            finish.markedPoints.push_back(markers.points);
         }
         m_mirrorRows.push_back({firstDataRow, source.lastRow, plotted});
+        m_finishes.push_back(std::move(finish));
 
         const QString title = plainTextForFile(model.title);
         if (title.isEmpty())
@@ -260,6 +286,7 @@ private:
             chart_legend_set_position(chart, LXW_CHART_LEGEND_NONE);
         chart_axis_major_gridlines_set_visible(chart->x_axis, model.categoryGridlines ? LXW_TRUE : LXW_FALSE);
         chart_axis_major_gridlines_set_visible(chart->y_axis, model.valueGridlines ? LXW_TRUE : LXW_FALSE);
+        styleChart(chart, !title.isEmpty());
         chart_show_blanks_as(chart, LXW_CHART_BLANKS_AS_GAP);
         chart_show_hidden_data(chart);
 
@@ -272,6 +299,73 @@ private:
         check(worksheet_insert_chart_opt(m_worksheet, static_cast<lxw_row_t>(anchor.row - 1),
                                          static_cast<lxw_col_t>(anchor.column - 1), chart, &options),
               QStringLiteral("Placing the chart failed"));
+    }
+
+    std::vector<bool> numberFlags(int column, int firstRow, int lastRow) const
+    {
+        std::vector<bool> flags;
+        flags.reserve(static_cast<std::size_t>(lastRow - firstRow + 1));
+        for (int r = firstRow; r <= lastRow; ++r) {
+            const Cell* cell = m_sheet.cell(r, column);
+            flags.push_back(cell && cell->kind == Cell::Kind::Number);
+        }
+        return flags;
+    }
+
+    static void styleSeries(lxw_chart_series* series)
+    {
+        lxw_chart_line line{};
+        line.color = ChartColour::Series;
+        line.width = SeriesLineWidth;
+        chart_series_set_line(series, &line);
+        chart_series_set_marker_type(series, LXW_CHART_MARKER_NONE);
+    }
+
+    static void setMarkers(lxw_chart_series* series)
+    {
+        chart_series_set_marker_type(series, LXW_CHART_MARKER_CIRCLE);
+        chart_series_set_marker_size(series, MarkerSize);
+        lxw_chart_line outline{};
+        outline.color = ChartColour::Series;
+        outline.width = 0.75f;
+        chart_series_set_marker_line(series, &outline);
+        lxw_chart_fill fill{};
+        fill.color = ChartColour::Series;
+        chart_series_set_marker_fill(series, &fill);
+    }
+
+    // Text, axes, gridlines, the chart's background and frame in colours of their own.
+    static void styleChart(lxw_chart* chart, bool titled)
+    {
+        lxw_chart_font text{};
+        text.color = ChartColour::Text;
+        if (titled) {
+            lxw_chart_font titleFont = text;
+            titleFont.bold = LXW_TRUE;
+            titleFont.size = 12;
+            chart_title_set_name_font(chart, &titleFont);
+        }
+        lxw_chart_line axis{};
+        axis.color = ChartColour::Axes;
+        axis.width = 0.75f;
+        lxw_chart_line gridlines{};
+        gridlines.color = ChartColour::Gridlines;
+        gridlines.width = 0.75f;
+        for (lxw_chart_axis* each : {chart->x_axis, chart->y_axis}) {
+            chart_axis_set_major_tick_mark(each, LXW_CHART_AXIS_TICK_MARK_OUTSIDE);
+            chart_axis_set_minor_tick_mark(each, LXW_CHART_AXIS_TICK_MARK_NONE);
+            chart_axis_set_num_font(each, &text);
+            chart_axis_set_line(each, &axis);
+            chart_axis_major_gridlines_set_line(each, &gridlines);
+        }
+        lxw_chart_fill background{};
+        background.color = ChartColour::Background;
+        lxw_chart_line frame{};
+        frame.color = ChartColour::Frame;
+        frame.width = 0.75f;
+        chart_chartarea_set_fill(chart, &background);
+        chart_chartarea_set_line(chart, &frame);
+        chart_plotarea_set_fill(chart, &background);
     }
 
     void setTitleThroughCell(lxw_chart* chart, const QString& title)
@@ -321,6 +415,7 @@ private:
     std::map<int, int> m_mirrors; // source column (negative: a title cell) -> hidden column
     std::vector<MirrorRows> m_mirrorRows;
     std::vector<std::pair<int, QString>> m_titles;
+    std::vector<ChartFinish>& m_finishes; // of every chart of the workbook, in the order written
 };
 
 } // namespace
@@ -359,11 +454,28 @@ QString plainTextForFile(const QString& text)
 
 namespace {
 
-// libxlsxwriter leaves two chart settings to the reader's defaults, and readers differ
-// in them: whether hidden cells are plotted and whether blank cells are gaps. The
-// readings' numbers are in a hidden column and the words are blank cells there, so both
-// are written out: plot hidden cells, blanks as gaps.
-QByteArray completeChart(const QByteArray& xml)
+// Sets `<c:NAME val="VALUE"/>` as a child of `parent`, after `after` when it is newly made
+// (or first when `after` is empty); an existing one keeps its place.
+pugi::xml_node setValueChild(pugi::xml_node parent, const char* name, const char* value, pugi::xml_node after)
+{
+    pugi::xml_node node = parent.child(name);
+    if (!node)
+        node = after ? parent.insert_child_after(name, after) : parent.prepend_child(name);
+    node.remove_attribute("val");
+    node.append_attribute("val") = value;
+    return node;
+}
+
+// What libxlsxwriter cannot write is added to its chart part here:
+// - settings it leaves to the reader's defaults, in which readers differ (a spreadsheet
+//   program may take the defaults of the program that saved the workbook, so the same
+//   chart changes when it is added to another program's workbook): whether hidden cells
+//   are plotted and whether blank cells are gaps (the readings' numbers are in a hidden
+//   column and the words are blank cells there: plot hidden cells, blanks as gaps), one
+//   colour for the whole line, no smoothing of the line, both axes shown;
+// - a marker on each point that stands alone (libxlsxwriter formats points, but not their
+//   markers), in the series' colour.
+QByteArray completeChart(const QByteArray& xml, const ChartFinish& finish)
 {
     pugi::xml_document doc;
     if (!doc.load_buffer(xml.constData(), static_cast<size_t>(xml.size()), pugi::parse_default | pugi::parse_declaration))
@@ -379,6 +491,42 @@ QByteArray completeChart(const QByteArray& xml)
     pugi::xml_node visibleOnly = chart.insert_child_after("c:plotVisOnly", anchor);
     visibleOnly.append_attribute("val") = "0";
     chart.insert_child_after("c:dispBlanksAs", visibleOnly).append_attribute("val") = "gap";
+
+    pugi::xml_node lineChart = chart.child("c:plotArea").child("c:lineChart");
+    setValueChild(lineChart, "c:varyColors", "0", lineChart.child("c:grouping"));
+    for (const char* axisName : {"c:catAx", "c:valAx", "c:dateAx"}) {
+        for (pugi::xml_node axis : chart.child("c:plotArea").children(axisName)) {
+            if (!axis.child("c:delete"))
+                setValueChild(axis, "c:delete", "0", axis.child("c:scaling"));
+        }
+    }
+
+    std::size_t seriesIndex = 0;
+    const std::string colour = QString::number(ChartColour::Series, 16).rightJustified(6, QLatin1Char('0')).toUpper().toStdString();
+    for (pugi::xml_node series : lineChart.children("c:ser")) {
+        setValueChild(series, "c:smooth", "0", series.child("c:val"));
+        if (seriesIndex >= finish.markedPoints.size())
+            continue;
+        // A data point's settings follow the series' own marker.
+        pugi::xml_node after = series.child("c:marker");
+        if (!after)
+            after = series.child("c:spPr");
+        for (const int point : finish.markedPoints[seriesIndex]) {
+            pugi::xml_node dataPoint = after ? series.insert_child_after("c:dPt", after) : series.prepend_child("c:dPt");
+            after = dataPoint;
+            dataPoint.append_child("c:idx").append_attribute("val") = point;
+            pugi::xml_node marker = dataPoint.append_child("c:marker");
+            marker.append_child("c:symbol").append_attribute("val") = "circle";
+            marker.append_child("c:size").append_attribute("val") = MarkerSize;
+            pugi::xml_node shape = marker.append_child("c:spPr");
+            shape.append_child("a:solidFill").append_child("a:srgbClr").append_attribute("val") = colour.c_str();
+            pugi::xml_node outline = shape.append_child("a:ln");
+            outline.append_attribute("w") = 9525;
+            outline.append_child("a:solidFill").append_child("a:srgbClr").append_attribute("val") = colour.c_str();
+            dataPoint.append_child("c:bubble3D").append_attribute("val") = "0";
+        }
+        ++seriesIndex;
+    }
     struct Writer : pugi::xml_writer {
         QByteArray bytes;
         void write(const void* data, size_t size) override { bytes.append(static_cast<const char*>(data), static_cast<qsizetype>(size)); }
@@ -387,13 +535,15 @@ QByteArray completeChart(const QByteArray& xml)
     return writer.bytes;
 }
 
-void completeCharts(const QString& path)
+// Completes the chart parts of the workbook just written: chartN.xml is the N-th chart
+// written (libxlsxwriter numbers them in the order of the sheets and of their charts).
+void completeCharts(const QString& path, const std::vector<ChartFinish>& finishes)
 {
     int error = 0;
     zip_t* zip = zip_open(QFile::encodeName(path).constData(), 0, &error);
     if (!zip)
         throw RuntimeError(QStringLiteral("The workbook could not be reopened to complete its charts."));
-    static const QRegularExpression chartPart(QStringLiteral("^xl/charts/chart\\d+\\.xml$"));
+    static const QRegularExpression chartPart(QStringLiteral("^xl/charts/chart(\\d+)\\.xml$"));
     std::vector<QByteArray> replaced; // kept until the archive is closed
     const zip_int64_t count = zip_get_num_entries(zip, 0);
     replaced.reserve(static_cast<std::size_t>(count));
@@ -404,8 +554,12 @@ void completeCharts(const QString& path)
     for (zip_int64_t i = 0; i < count; ++i) {
         const auto index = static_cast<zip_uint64_t>(i);
         const QString name = QString::fromUtf8(zip_get_name(zip, index, 0));
-        if (!chartPart.match(name).hasMatch())
+        const QRegularExpressionMatch match = chartPart.match(name);
+        if (!match.hasMatch())
             continue;
+        const std::size_t number = match.captured(1).toUInt();
+        if (number == 0 || number > finishes.size())
+            fail(QStringLiteral("%1 was not written by this program").arg(name));
         zip_stat_t st;
         zip_stat_init(&st);
         zip_file_t* file = zip_stat_index(zip, index, 0, &st) == 0 ? zip_fopen_index(zip, index, 0) : nullptr;
@@ -416,14 +570,24 @@ void completeCharts(const QString& path)
         zip_fclose(file);
         if (read != static_cast<zip_int64_t>(st.size))
             fail(name);
-        replaced.push_back(completeChart(xml));
+        replaced.push_back(completeChart(xml, finishes[number - 1]));
+        // Removed and added again rather than replaced: libzip compresses a replacement at
+        // its slowest level whatever is asked, and a chart of a full document holds the
+        // cached texts and numbers of every point.
+        const QByteArray entryName = name.toUtf8();
         zip_source_t* source = zip_source_buffer(zip, replaced.back().constData(), static_cast<zip_uint64_t>(replaced.back().size()), 0);
-        if (!source || zip_file_replace(zip, index, source, 0) != 0) {
-            if (source)
-                zip_source_free(source); // not taken over by the archive
+        if (!source)
+            fail(QString::fromUtf8(zip_strerror(zip)));
+        if (zip_delete(zip, index) != 0) {
+            zip_source_free(source);
             fail(QString::fromUtf8(zip_strerror(zip)));
         }
-        if (zip_set_file_compression(zip, index, ZIP_CM_DEFLATE, 6) != 0)
+        const zip_int64_t added = zip_file_add(zip, entryName.constData(), source, ZIP_FL_ENC_UTF_8);
+        if (added < 0) {
+            zip_source_free(source); // not taken over by the archive
+            fail(QString::fromUtf8(zip_strerror(zip)));
+        }
+        if (zip_set_file_compression(zip, static_cast<zip_uint64_t>(added), ZIP_CM_DEFLATE, 6) != 0)
             fail(QString::fromUtf8(zip_strerror(zip)));
     }
     if (zip_close(zip) != 0)
@@ -438,11 +602,12 @@ void writeWorkbookFile(const QString& path, const std::vector<const SheetModel*>
     lxw_workbook* workbook = workbook_new(fileName.constData());
     if (!workbook)
         throw RuntimeError(QStringLiteral("Out of memory while preparing the workbook."));
+    std::vector<ChartFinish> finishes;
     try {
         FormatCache formats(workbook);
         std::vector<lxw_worksheet*> written;
         for (const SheetModel* sheet : sheets)
-            written.push_back(SheetWriter(workbook, formats, *sheet).write());
+            written.push_back(SheetWriter(workbook, formats, *sheet, finishes).write());
         if (activeSheet >= 0 && activeSheet < static_cast<int>(written.size()))
             worksheet_activate(written[static_cast<std::size_t>(activeSheet)]);
     } catch (...) {
@@ -458,7 +623,7 @@ void writeWorkbookFile(const QString& path, const std::vector<const SheetModel*>
                                .arg(path, QString::fromUtf8(lxw_strerror(error))));
     }
     try {
-        completeCharts(path);
+        completeCharts(path, finishes);
     } catch (...) {
         QFile::remove(path);
         throw;

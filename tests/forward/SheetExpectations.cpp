@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace quvo::test {
 
 namespace {
@@ -148,6 +150,17 @@ void expectForwardedSheet(const QJsonObject& sheet, const SheetContent& content)
     EXPECT_TRUE(chart.value(QStringLiteral("value_gridlines")).toBool());
     EXPECT_EQ(chart.value(QStringLiteral("blanks_as")).toString(), QStringLiteral("gap"));
     EXPECT_FALSE(chart.value(QStringLiteral("plot_visible_only")).toBool());
+    EXPECT_EQ(chart.value(QStringLiteral("vary_colours")).toString(), QStringLiteral("0"));
+    EXPECT_EQ(chart.value(QStringLiteral("axes_deleted")).toArray(), QJsonArray({QStringLiteral("0"), QStringLiteral("0")}));
+    // Every colour is the chart's own, none is left to the workbook's theme.
+    const QJsonObject colours = chart.value(QStringLiteral("colours")).toObject();
+    for (const char* part : {"category_axis", "value_axis", "category_labels", "value_labels", "chart_area"})
+        EXPECT_TRUE(colours.value(QLatin1String(part)).isString()) << part;
+    EXPECT_EQ(colours.value(QStringLiteral("category_gridlines")).toString(), QStringLiteral("D9D9D9"));
+    EXPECT_EQ(colours.value(QStringLiteral("value_gridlines")).toString(), QStringLiteral("D9D9D9"));
+    if (!content.title.isEmpty()) {
+        EXPECT_TRUE(colours.value(QStringLiteral("title")).isString());
+    }
 
     // One line: the readings (the unit column has no numbers). Categories are column B;
     // the values are a hidden column with the number where the reading is one and
@@ -161,6 +174,31 @@ void expectForwardedSheet(const QJsonObject& sheet, const SheetContent& content)
         return sheetName + QLatin1Char('!') + first
             + (n == 1 ? QString() : QStringLiteral(":$%1$%2").arg(QLatin1String(letter)).arg(lastRow));
     };
+    EXPECT_EQ(line.value(QStringLiteral("line_colour")).toString(), QStringLiteral("0000FF"));
+    EXPECT_EQ(line.value(QStringLiteral("smooth")).toString(), QStringLiteral("0"));
+    // A reading with no reading beside it gets a marker of its own; when there are more
+    // than 200 such, every point has one.
+    QJsonArray alone;
+    std::vector<bool> isNumber;
+    for (const TableRow& data : content.rows) {
+        double number = 0;
+        isNumber.push_back(parseNumber(data.c, number));
+    }
+    for (int i = 0; i < n; ++i) {
+        const auto at = [&](int k) { return k >= 0 && k < n && isNumber[static_cast<std::size_t>(k)]; };
+        if (at(i) && !at(i - 1) && !at(i + 1))
+            alone.append(i);
+    }
+    if (alone.size() > 200) {
+        EXPECT_EQ(line.value(QStringLiteral("marker")).toString(), QStringLiteral("circle"));
+        EXPECT_TRUE(line.value(QStringLiteral("marked_points")).toArray().isEmpty());
+    } else {
+        EXPECT_EQ(line.value(QStringLiteral("marker")).toString(), QStringLiteral("none"));
+        EXPECT_EQ(line.value(QStringLiteral("marked_points")).toArray(), alone);
+        if (!alone.isEmpty()) {
+            EXPECT_EQ(line.value(QStringLiteral("marked_point_colours")).toArray(), QJsonArray{QStringLiteral("0000FF")});
+        }
+    }
     EXPECT_EQ(line.value(QStringLiteral("cat")).toString(), column("B"));
     EXPECT_FALSE(line.value(QStringLiteral("has_name")).toBool());
     const QString valueReference = line.value(QStringLiteral("val")).toString();

@@ -170,5 +170,33 @@ TEST(WorkbookFiles, CellTextsAreMadeSafeForTheFile)
     EXPECT_EQ(plainTextForFile(QStringLiteral("T\u0001itle\n")), QStringLiteral("Title\n"));
 }
 
+TEST(ChartMarkers, ReadingsWithoutANeighbourAreMarked)
+{
+    // true: a number; false: a gap (a word, an empty SAVE-mode slot).
+    EXPECT_TRUE(seriesMarkers({}).points.empty());
+    EXPECT_EQ(seriesMarkers({true}).points, std::vector<int>{0}); // the only reading
+    EXPECT_TRUE(seriesMarkers({true, true, true}).points.empty());
+    // Between two gaps, and next to a gap at either end.
+    EXPECT_EQ(seriesMarkers({true, false, true, true, false, true, false, false, true}).points, (std::vector<int>{0, 5, 8}));
+    EXPECT_FALSE(seriesMarkers({true, false, true}).everyPoint);
+    EXPECT_TRUE(seriesMarkers({false, false}).points.empty());
+}
+
+TEST(ChartMarkers, SparseReadingsAreMarkedThroughout)
+{
+    // A SAVE-mode memory with every other slot empty: each reading stands alone.
+    std::vector<bool> everyOther;
+    for (int i = 0; i < 2 * MaxMarkedPoints; ++i)
+        everyOther.push_back(i % 2 == 0);
+    const SeriesMarkers atLimit = seriesMarkers(everyOther);
+    EXPECT_FALSE(atLimit.everyPoint);
+    EXPECT_EQ(atLimit.points.size(), static_cast<std::size_t>(MaxMarkedPoints));
+    everyOther.push_back(false);
+    everyOther.push_back(true);
+    const SeriesMarkers beyond = seriesMarkers(everyOther);
+    EXPECT_TRUE(beyond.everyPoint);
+    EXPECT_TRUE(beyond.points.empty());
+}
+
 } // namespace
 } // namespace quvo::xlsx

@@ -113,6 +113,18 @@ def range_values(wb, formula):
     return values
 
 
+def value_of(node):
+    return node.get("val") if node is not None else None
+
+
+def colour_of(node):
+    """The solid fill colour directly inside a DrawingML element, such as a line's."""
+    if node is None:
+        return None
+    rgb = node.find("a:solidFill/a:srgbClr", NS)
+    return rgb.get("val").upper() if rgb is not None else None
+
+
 def describe_chart(zf, wb, chart_part):
     root = ET.fromstring(zf.read(chart_part))
     chart = root.find("c:chart", NS)
@@ -140,6 +152,13 @@ def describe_chart(zf, wb, chart_part):
             entry["val_values"] = range_values(wb, val.text)
         entry["has_name"] = ser.find("c:tx", NS) is not None
         series.append(entry)
+    for ser, entry in zip(plot.iter("{%s}ser" % NS["c"]), series):
+        entry["line_colour"] = colour_of(ser.find("c:spPr/a:ln", NS))
+        entry["marker"] = value_of(ser.find("c:marker/c:symbol", NS))
+        entry["marked_points"] = sorted(int(p.find("c:idx", NS).get("val")) for p in ser.findall("c:dPt", NS)
+                                        if value_of(p.find("c:marker/c:symbol", NS)) not in (None, "none"))
+        entry["marked_point_colours"] = sorted({colour_of(p.find("c:marker/c:spPr", NS)) for p in ser.findall("c:dPt", NS)})
+        entry["smooth"] = value_of(ser.find("c:smooth", NS))
     blanks = chart.find("c:dispBlanksAs", NS)
     visible_only = chart.find("c:plotVisOnly", NS)
     auto_deleted = chart.find("c:autoTitleDeleted", NS)
@@ -153,6 +172,19 @@ def describe_chart(zf, wb, chart_part):
         "series": series,
         "blanks_as": blanks.get("val") if blanks is not None else None,
         "plot_visible_only": visible_only is None or visible_only.get("val") in ("1", "true"),
+        "vary_colours": value_of(plot.find("c:lineChart/c:varyColors", NS)),
+        # The colours the chart sets itself (None: left to the workbook's theme).
+        "colours": {
+            "category_axis": colour_of(plot.find("c:catAx/c:spPr/a:ln", NS)),
+            "value_axis": colour_of(plot.find("c:valAx/c:spPr/a:ln", NS)),
+            "category_gridlines": colour_of(plot.find("c:catAx/c:majorGridlines/c:spPr/a:ln", NS)),
+            "value_gridlines": colour_of(plot.find("c:valAx/c:majorGridlines/c:spPr/a:ln", NS)),
+            "category_labels": colour_of(plot.find("c:catAx/c:txPr//a:defRPr", NS)),
+            "value_labels": colour_of(plot.find("c:valAx/c:txPr//a:defRPr", NS)),
+            "title": colour_of(chart.find("c:title//a:defRPr", NS)) if title is not None else None,
+            "chart_area": colour_of(root.find("c:spPr", NS)),
+        },
+        "axes_deleted": [value_of(plot.find(axis + "/c:delete", NS)) for axis in ("c:catAx", "c:valAx")],
     }
 
 
@@ -224,7 +256,9 @@ def describe(path):
     zf = zipfile.ZipFile(path)
     wb_root = ET.fromstring(zf.read("xl/workbook.xml"))
     wb_rels = rels_of(zf, "xl/workbook.xml")
-    out = {"sheets": [], "app": application_properties(zf), "defined_names": sorted(dn.get("name") for dn in wb_root.findall("m:definedNames/m:definedName", NS))}
+    view = wb_root.find("m:bookViews/m:workbookView", NS)
+    out = {"sheets": [], "app": application_properties(zf), "defined_names": sorted(dn.get("name") for dn in wb_root.findall("m:definedNames/m:definedName", NS)),
+           "active_tab": int(view.get("activeTab", "0")) if view is not None else 0}
     for sheet in wb_root.findall("m:sheets/m:sheet", NS):
         name = sheet.get("name")
         part = wb_rels[sheet.get("{%s}id" % NS["r"])][1]
