@@ -87,6 +87,7 @@ frmMain::frmMain(QWidget* parent)
     XlsxSettings workbookSettings;
     workbookSettings.openFile = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
     workbookSettings.reportFailure = m_forward->handBackFailureReporter();
+    workbookSettings.waitForWrite = m_forward->handBackWaiter(); // the dialog stays alive while it is written
     m_workbooks = std::make_unique<XlsxConnector>(workbookSettings);
     m_forward->setConnector(m_workbooks.get());
     m_forward->setPrompter(m_prompter);

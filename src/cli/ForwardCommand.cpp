@@ -1,16 +1,21 @@
 // quvolink-cli forward FILE (--xlsx NEW.xlsx | --into EXISTING.xlsx) [--title TEXT]:
 // opens a data file as a document window does and forwards it whole, as File > Forward
-// does, into a new workbook or as a new sheet of an existing one.
+// does, into a new workbook or as a new sheet of an existing one. Ctrl+C (SIGINT) and
+// SIGTERM are the progress dialog's Cancel: the workbook stays as it was, no new file is
+// left, "Canceled." is shown and the exit code is 1.
 
 #include "cli/CliCommand.h"
 #include "cli/ForwardOptions.h"
+#include "acquisition/CancelDialog.h"
 #include "cli/ProgramFolder.h"
+#include "cli/SignalWatcher.h"
 #include "document/DataDocument.h"
 #include "forward/Forward.h"
 #include "forward/XlsxBackend.h"
 #include "resources/ProgramState.h"
 #include "resources/ProgressView.h"
 #include "resources/Prompter.h"
+#include "resources/ResID.h"
 #include "resources/TextNumber.h"
 
 #include <QCommandLineParser>
@@ -95,8 +100,10 @@ QString forwardHelp()
                "\n"
                "Prints the path of the workbook written. The workbook is not opened on the desktop.\n"
                "\n"
+               "Ctrl+C or SIGTERM cancels: the workbook is left as it was and no new file remains.\n"
+               "\n"
                "Exit codes: 0 done, 1 the data file or the workbook is refused or cannot be\n"
-               "written (message on stderr), 2 wrong arguments.\n"
+               "written, or the forwarding was cancelled (message on stderr), 2 wrong arguments.\n"
                "\n"
                "Examples:\n"
                "  quvolink-cli forward recording.CSV --xlsx recording.xlsx --title \"Bench supply\"\n"
@@ -132,6 +139,13 @@ int runForward(const QStringList& arguments)
     if (!forwarding.read(parser, ForwardOptions::Need::Required, error))
         return usageError(error);
 
+    // From here on Ctrl+C and SIGTERM are Cancel, answered whenever the event loop runs
+    // (between rows, and while the workbook is written).
+    SignalWatcher watcher;
+    CancelDialog cancel;
+    ProgramState& state = programState();
+    QObject::connect(&watcher, &SignalWatcher::interrupted, [&cancel] { cancel.cancel({}); });
+
     if (!useProgramFolder(error)) {
         printError(error + QLatin1Char('\n'));
         return ExitFailed;
@@ -156,12 +170,16 @@ int runForward(const QStringList& arguments)
     }
     Forward engine;
     settings.reportFailure = engine.handBackFailureReporter();
+    settings.waitForWrite = engine.handBackWaiter();
     XlsxConnector connector(settings);
     engine.setConnector(&connector);
     engine.setPrompter(&prompter);
     engine.setProgressFactory([] { return std::make_unique<TerminalProgress>(); });
 
-    ProgramState& state = programState();
+    if (watcher.count() > 0 || cancel.canceled()) { // interrupted while the data file was read
+        printError(ResID(Res::Canceled) + QLatin1Char('\n'));
+        return ExitFailed;
+    }
     state.CurrentDoc = &document;
     const int messagesBefore = prompter.count();
     engine.ForwardToExcel();

@@ -95,6 +95,9 @@ public:
     virtual ~ExcelWorkbook() = default;
     virtual QString FullName() const = 0;
     virtual std::shared_ptr<ExcelWorksheets> Worksheets() = 0;
+    // Closes the workbook; with saveChanges false whatever was done to it since it was
+    // opened or added is dropped (a workbook added and closed so leaves nothing behind).
+    virtual void Close(bool saveChanges) = 0;
 };
 
 class ExcelWorksheets {
@@ -111,6 +114,10 @@ public:
     virtual ~ExcelWorksheet() = default;
     // Moves this sheet behind `after`, a sheet of the same workbook.
     virtual void Move(const std::shared_ptr<ExcelWorksheet>& after) = 0;
+    // Removes this sheet from its workbook (never the workbook's only sheet).
+    virtual void Delete() = 0;
+    // The workbook the sheet belongs to.
+    virtual std::shared_ptr<ExcelWorkbook> Parent() = 0;
     // One cell: Cells(4, "B") is B4.
     virtual std::shared_ptr<ExcelRange> Cells(int row, const QString& columnLetter) = 0;
     // A cell or a rectangle in A1 notation: "F8", "B4:D27".

@@ -12,12 +12,15 @@
 #include <QCoreApplication>
 #include <QTimer>
 
+#include <memory>
+
 #include <exception>
 
 namespace quvo {
 
-struct Forward::Reports {
-    QStringList pending;
+struct Forward::Shared {
+    QStringList pending;           // hand-back failures not shown yet
+    bool forwardingHandBack = false; // the hand-back at the end of ForwardToExcel runs
 };
 
 namespace {
@@ -70,7 +73,7 @@ RuntimeError noDocument()
 
 } // namespace
 
-Forward::Forward(ExcelConnector* connector) : m_connector(connector), m_reports(std::make_shared<Reports>()) {}
+Forward::Forward(ExcelConnector* connector) : m_connector(connector), m_shared(std::make_shared<Shared>()) {}
 
 Forward::~Forward() = default;
 
@@ -104,11 +107,16 @@ void Forward::setHiddenInstancePoll(std::chrono::milliseconds interval)
     m_hiddenPoll = interval;
 }
 
+void Forward::setEventSlice(std::chrono::milliseconds slice)
+{
+    m_eventSlice = slice;
+}
+
 std::function<void(const QString&)> Forward::handBackFailureReporter()
 {
-    std::weak_ptr<Reports> reports = m_reports;
-    return [reports](const QString& message) {
-        if (const auto alive = reports.lock())
+    std::weak_ptr<Shared> shared = m_shared;
+    return [shared](const QString& message) {
+        if (const auto alive = shared.lock())
             alive->pending.append(message);
     };
 }
@@ -116,13 +124,27 @@ std::function<void(const QString&)> Forward::handBackFailureReporter()
 QStringList Forward::takeHandBackFailures()
 {
     QStringList taken;
-    taken.swap(m_reports->pending);
+    taken.swap(m_shared->pending);
     return taken;
+}
+
+std::function<bool(const std::function<bool()>&)> Forward::handBackWaiter()
+{
+    std::weak_ptr<Shared> shared = m_shared;
+    return [shared](const std::function<bool()>& done) {
+        const auto alive = shared.lock();
+        if (!alive || !alive->forwardingHandBack || !QCoreApplication::instance())
+            return false;
+        // The progress dialog keeps every other window disabled meanwhile, so nothing else
+        // can start while the events run.
+        waitUntil(done);
+        return programState().NoForward;
+    };
 }
 
 void Forward::showHandBackFailures()
 {
-    if (!m_prompter || m_reports->pending.isEmpty())
+    if (!m_prompter || m_shared->pending.isEmpty())
         return;
     const QStringList failures = takeHandBackFailures();
     if (m_activateMain)
@@ -141,12 +163,17 @@ DataDocument* Forward::realtimeDocument()
     return state.CurrentDoc ? state.CurrentDoc : state.RealtimeDoc;
 }
 
-// One pass of the event loop: the Cancel button, the sampling timer and the received
-// characters are handled, then forwarding goes on.
+// A pass of the event loop, when the last one is at least an event slice ago: the Cancel
+// button, the sampling timer and the received characters are handled, the progress dialog
+// is painted, then forwarding goes on. The first call always lets events run.
 void Forward::letOtherEventsRun()
 {
-    if (QCoreApplication::instance())
-        QCoreApplication::processEvents();
+    if (!QCoreApplication::instance())
+        return;
+    if (m_sinceEvents.isValid() && m_sinceEvents.elapsed() < m_eventSlice.count())
+        return;
+    QCoreApplication::processEvents();
+    m_sinceEvents.start();
 }
 
 // Between two looks at a hidden application the event loop runs (so Cancel and Stop
@@ -328,11 +355,29 @@ bool Forward::AddDataChart(ExcelWorksheet& sheet, std::int32_t rowCount)
     });
 }
 
+// The new sheet of a forwarding that did not finish goes again: deleted from an existing
+// workbook, or its new workbook closed without saving. So a Cancel or a failure never
+// changes the person's workbook and leaves no new file. (This departs from the original
+// program, where the rows written so far stayed in the spreadsheet program's window.)
+void Forward::discardSheet(std::shared_ptr<ExcelWorksheet>& sheet)
+{
+    if (!sheet)
+        return;
+    ignoringErrors([&] {
+        if (programState().ExcelFile.isEmpty())
+            sheet->Parent()->Close(false);
+        else
+            sheet->Delete();
+    });
+    sheet.reset();
+}
+
 void Forward::ForwardToExcel()
 {
     ProgramState& state = programState();
     state.CommState = CommStates::Forwarding;
     state.NoForward = false;
+    m_sinceEvents.invalidate();
 
     std::unique_ptr<ProgressView> progress = m_progressFactory ? m_progressFactory() : nullptr;
     if (progress) {
@@ -357,6 +402,19 @@ void Forward::ForwardToExcel()
             ok = WriteTableFrame(*sheet, count) && AddDataChart(*sheet, count);
         }
     }
+    if (!ok)
+        discardSheet(sheet);
+
+    // Shown again whatever happened, so no hidden application is left behind; this is when
+    // the workbook is written, still under the progress dialog, where Cancel goes on working
+    // until the new file is in place.
+    if (app) {
+        m_shared->forwardingHandBack = true;
+        ignoringErrors([&] { app->setVisible(true); });
+        m_shared->forwardingHandBack = false;
+        if (state.NoForward)
+            ok = false; // cancelled while the workbook was written: nothing was put in place
+    }
 
     m_progress = nullptr;
     if (progress)
@@ -364,10 +422,6 @@ void Forward::ForwardToExcel()
     progress.reset();
     if (m_activateDocument)
         m_activateDocument();
-
-    // Shown again whatever happened, so no hidden application is left behind.
-    if (app)
-        ignoringErrors([&] { app->setVisible(true); });
 
     if (!ok) {
         // After Cancel this shows what LastError held before (the dialog sets "Canceled.").

@@ -20,6 +20,11 @@
 // between workbooks and stop, returning false, as soon as NoForward is set (the Cancel
 // button of the progress dialog, the Stop command of a recording starting up).
 //
+// A whole-document forwarding that is cancelled or fails leaves nothing behind: its new
+// sheet is deleted again (a new workbook is closed without saving) before the application
+// is handed back, so the person's workbook stays as it was and no new file appears. The
+// rows of a realtime recording are the person's data and stay, also when it stops early.
+//
 // The current document is programState().CurrentDoc (realtime forwarding falls back to
 // RealtimeDoc when no current document is set).
 //
@@ -28,6 +33,7 @@
 #include "acquisition/CommandHost.h"
 #include "forward/ExcelObjects.h"
 
+#include <QElapsedTimer>
 #include <QString>
 #include <QStringList>
 
@@ -46,6 +52,10 @@ class Forward : public RealtimeForwarder {
 public:
     // Pause between two looks at a spreadsheet application that runs hidden.
     static constexpr std::chrono::milliseconds HiddenInstancePoll{250};
+    // The long steps let events run at most this often: often enough for the progress
+    // dialog to move and for Cancel to be answered at once, seldom enough that a full
+    // document is not slowed down by painting the dialog after every row.
+    static constexpr std::chrono::milliseconds EventSlice{15};
 
     explicit Forward(ExcelConnector* connector = nullptr);
     ~Forward() override;
@@ -67,6 +77,8 @@ public:
     void setActivateMainWindow(std::function<void()> hook);
     // How long to let events run between two looks at a hidden running application.
     void setHiddenInstancePoll(std::chrono::milliseconds interval);
+    // How often the long steps let events run (EventSlice; 0: after every row).
+    void setEventSlice(std::chrono::milliseconds slice);
 
     // Failures of the last step of a forwarding, when the application is handed back to
     // the user (the .xlsx backend writes its files then). The forwarding itself ignores
@@ -78,11 +90,21 @@ public:
     // The reports not shown yet, taken away (the engine shows them itself when it has a
     // prompter).
     QStringList takeHandBackFailures();
+    // How the backend waits for a workbook it writes at hand-back (XlsxSettings::waitForWrite
+    // = handBackWaiter()). At the end of a whole-document forwarding the workbook is written
+    // while the progress dialog is still shown: the waiter lets events run until the writing
+    // is done, so the dialog moves and Cancel is answered, and tells the backend to put
+    // nothing in place when NoForward was set meanwhile. At any other hand-back (the end of
+    // a recording, whose rows must be kept) it does not wait. Safe to call after the engine
+    // is gone.
+    std::function<bool(const std::function<bool()>& done)> handBackWaiter();
 
     // --- Whole-document forwarding ------------------------------------------------------
     // The current document into the workbook named by ExcelFile (a new one when empty),
     // titled ExcelTitle, under the progress dialog; CommState is 0 meanwhile and 7 after.
-    // A failure is shown in a message box with LastError.
+    // The application is handed back (the workbook written) before the dialog goes. A
+    // failure or a Cancel discards the new sheet and is shown in a message box with
+    // LastError.
     void ForwardToExcel();
 
     // The steps, each true when done (false: LastError says why, or NoForward was set).
@@ -109,11 +131,12 @@ public:
     std::int32_t RealtimeRowCount() const { return m_realtimeRowCount; }
 
 private:
-    struct Reports;
+    struct Shared;
 
     void letOtherEventsRun();
     void waitForHiddenInstance();
     void showHandBackFailures();
+    void discardSheet(std::shared_ptr<ExcelWorksheet>& sheet);
     static DataDocument* currentDocument();
     static DataDocument* realtimeDocument();
 
@@ -123,9 +146,11 @@ private:
     std::function<void()> m_activateDocument;
     std::function<void()> m_activateMain;
     std::chrono::milliseconds m_hiddenPoll = HiddenInstancePoll;
-    std::shared_ptr<Reports> m_reports;
+    std::shared_ptr<Shared> m_shared;
 
     ProgressView* m_progress = nullptr; // the dialog while ForwardToExcel runs
+    std::chrono::milliseconds m_eventSlice = EventSlice;
+    QElapsedTimer m_sinceEvents; // since events last ran
 
     std::shared_ptr<ExcelApplication> m_realtimeExcel;
     std::shared_ptr<ExcelWorksheet> m_realtimeSheet;

@@ -1,9 +1,12 @@
 #include "forward/ForwardSetup.h"
 
 #include "document/Other.h"
+#include "forward/XlsxFiles.h"
 #include "resources/ProgramState.h"
 #include "resources/Prompter.h"
 #include "resources/ResID.h"
+
+#include <QFileInfo>
 
 namespace quvo {
 
@@ -95,6 +98,11 @@ bool ForwardSetup::btOkClick()
         // The path in the box is remembered even though a new workbook is used now.
         state.ForwardFile = m_rememberFile ? m_file : QString();
     } else {
+        if (!m_file.isEmpty() && QFileInfo(m_file).isDir()) { // said as it is, not as "cannot be found"
+            m_prompter.warn(xlsx::folderGivenMessage(m_file));
+            emit focusFileRequested();
+            return false;
+        }
         if (m_file.isEmpty() || !CanOpenForInput(m_file)) { // an empty name cannot be opened
             m_prompter.warn(ResID(Res::FileCannotBeFound) + QStringLiteral("\r\n") + m_file);
             emit focusFileRequested();

@@ -57,7 +57,7 @@ public:
     // The open-file dialog for workbooks. Cancelling it empties the path box.
     void btBrawseClick();
     // Confirms: false (the dialog stays, the path box gets the focus) when "Custom" names a
-    // file that cannot be found; true when the values are set and the dialog closes.
+    // file that cannot be found, or a folder (which the message says); true when the values are set and the dialog closes.
     bool btOkClick();
     // NoForward := true; nothing else changes.
     void btCancelClick();

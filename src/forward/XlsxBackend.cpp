@@ -6,6 +6,7 @@
 #include "forward/XlsxSheetWriter.h"
 #include "resources/RuntimeError.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -15,7 +16,10 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <future>
+#include <optional>
 #include <vector>
 
 namespace quvo {
@@ -32,6 +36,7 @@ namespace {
 // --- State behind the objects ------------------------------------------------------------
 
 struct WorkbookState;
+class ApplicationImpl;
 
 struct SheetState {
     std::shared_ptr<SheetModel> model; // the sheet's content; for a sheet of the file only its name
@@ -46,6 +51,7 @@ struct WorkbookState {
     QString writtenPath;               // where a new workbook was written
     std::vector<std::shared_ptr<SheetState>> sheets;
     std::size_t active = 0;
+    std::weak_ptr<ApplicationImpl> application;
 
     QStringList sheetNames() const
     {
@@ -266,6 +272,30 @@ public:
         workbook->active = static_cast<std::size_t>(std::find(sheets.begin(), sheets.end(), activeSheet) - sheets.begin());
     }
 
+    void Delete() override
+    {
+        const auto workbook = m_state->workbook.lock();
+        if (!workbook)
+            throw RuntimeError(QStringLiteral("The sheet \"%1\" belongs to no workbook any more.").arg(m_state->model->name()));
+        if (m_state->inFile || m_state->grafted)
+            throw RuntimeError(QStringLiteral("The sheet \"%1\" is part of the workbook file and is not deleted by this "
+                                              "program.")
+                                   .arg(m_state->model->name()));
+        auto& sheets = workbook->sheets;
+        const auto it = std::find(sheets.begin(), sheets.end(), m_state);
+        if (it == sheets.end())
+            return; // deleted before
+        if (sheets.size() == 1)
+            throw RuntimeError(QStringLiteral("A workbook keeps at least one sheet; close the workbook instead."));
+        const auto index = static_cast<std::size_t>(it - sheets.begin());
+        sheets.erase(it);
+        // The active sheet stays active; when it was this one, the sheet before it becomes so.
+        if (workbook->active >= index && workbook->active > 0)
+            --workbook->active;
+    }
+
+    std::shared_ptr<ExcelWorkbook> Parent() override;
+
     std::shared_ptr<ExcelRange> Cells(int row, const QString& columnLetter) override
     {
         const int column = xlsx::columnNumber(columnLetter);
@@ -334,6 +364,7 @@ public:
     explicit WorkbookImpl(std::shared_ptr<WorkbookState> state) : m_state(std::move(state)) {}
     QString FullName() const override { return m_state->fullName; }
     std::shared_ptr<ExcelWorksheets> Worksheets() override { return std::make_shared<WorksheetsImpl>(m_state); }
+    void Close(bool saveChanges) override;
 
 private:
     std::shared_ptr<WorkbookState> m_state;
@@ -374,26 +405,32 @@ QString titleOf(const WorkbookState& workbook)
     return {};
 }
 
-void writeNewWorkbook(WorkbookState& workbook, const XlsxSettings& settings)
+// Where a new workbook goes, and whether a file there may be replaced.
+struct NewTarget {
+    QString path;
+    bool replace = false;
+};
+
+NewTarget newWorkbookTarget(const WorkbookState& workbook, const XlsxSettings& settings)
 {
-    QString target = workbook.writtenPath;
-    bool replace = !target.isEmpty(); // a second hand-back rewrites the same file
-    if (target.isEmpty()) {
-        const QString location = settings.newWorkbookLocation;
-        const QFileInfo info(location);
-        const bool isFolder = location.isEmpty() || location.endsWith(QLatin1Char('/')) || info.isDir();
-        if (isFolder) {
-            const QString folder = location.isEmpty() ? defaultFolder() : location;
-            if (!QDir().mkpath(folder))
-                throw RuntimeError(QStringLiteral("The folder \"%1\" cannot be created.").arg(QDir::toNativeSeparators(folder)));
-            target = xlsx::newWorkbookPath(folder, titleOf(workbook), QDateTime::currentDateTime());
-        } else {
-            target = info.absoluteFilePath();
-            replace = settings.replaceNamedFile;
-        }
-    }
-    const QString folder = QFileInfo(target).absolutePath();
-    const QString temporary = xlsx::createTemporaryBeside(folder, QFileInfo(target).fileName());
+    if (!workbook.writtenPath.isEmpty())
+        return {workbook.writtenPath, true}; // a second hand-back rewrites the same file
+    const QString location = settings.newWorkbookLocation;
+    const QFileInfo info(location);
+    const bool isFolder = location.isEmpty() || location.endsWith(QLatin1Char('/')) || info.isDir();
+    if (!isFolder)
+        return {info.absoluteFilePath(), settings.replaceNamedFile};
+    const QString folder = location.isEmpty() ? defaultFolder() : location;
+    if (!QDir().mkpath(folder))
+        throw RuntimeError(QStringLiteral("The folder \"%1\" cannot be created.").arg(QDir::toNativeSeparators(folder)));
+    return {xlsx::newWorkbookPath(folder, titleOf(workbook), QDateTime::currentDateTime()), false};
+}
+
+// The new workbook complete and synced beside its place; returns the temporary file.
+QString writeNewWorkbookAside(const WorkbookState& workbook, const NewTarget& target)
+{
+    const QString folder = QFileInfo(target.path).absolutePath();
+    const QString temporary = xlsx::createTemporaryBeside(folder, QFileInfo(target.path).fileName());
     try {
         QFile::remove(temporary); // libxlsxwriter creates the file itself
         std::vector<const SheetModel*> sheets;
@@ -402,21 +439,19 @@ void writeNewWorkbook(WorkbookState& workbook, const XlsxSettings& settings)
         xlsx::writeWorkbookFile(temporary, sheets, static_cast<int>(workbook.active));
         xlsx::temporaryWritten(temporary);
         QFile::setPermissions(temporary, newFilePermissions());
+        // A file that is replaced keeps who may read and write it.
+        if (target.replace && QFileInfo(target.path).isFile())
+            xlsx::keepOwnerAndMode(target.path, temporary);
         xlsx::syncToDisk(temporary);
-        if (settings.beforeCommit)
-            settings.beforeCommit();
-        xlsx::moveIntoPlace(temporary, target, replace);
     } catch (...) {
         QFile::remove(temporary);
         throw;
     }
-    workbook.writtenPath = target;
-    workbook.fullName = target;
-    for (const auto& sheet : workbook.sheets)
-        sheet->model->markWritten();
+    return temporary;
 }
 
-void addToExistingWorkbook(WorkbookState& workbook, const XlsxSettings& settings)
+// The sheets of an opened workbook that are to be added to its file.
+std::vector<SheetModel*> sheetsToAdd(const WorkbookState& workbook)
 {
     std::vector<SheetModel*> added;
     for (const auto& sheet : workbook.sheets) {
@@ -428,13 +463,51 @@ void addToExistingWorkbook(WorkbookState& workbook, const XlsxSettings& settings
                                    .arg(sheet->model->name(), QDir::toNativeSeparators(workbook.fullName)));
         added.push_back(sheet->model.get());
     }
-    xlsx::addSheetsToWorkbookFile(workbook.fullName, added, settings.beforeCommit, settings.limits);
-    for (const auto& sheet : workbook.sheets) {
-        if (std::find(added.begin(), added.end(), sheet->model.get()) != added.end()) {
-            sheet->grafted = true;
-            sheet->model->markWritten();
-        }
+    return added;
+}
+
+// The index in `added` of the workbook's active sheet, -1 when it is not one of them.
+int activeAmong(const WorkbookState& workbook, const std::vector<SheetModel*>& added)
+{
+    if (workbook.active >= workbook.sheets.size())
+        return -1;
+    const auto it = std::find(added.begin(), added.end(), workbook.sheets[workbook.active]->model.get());
+    return it == added.end() ? -1 : static_cast<int>(it - added.begin());
+}
+
+// Runs the long part of writing a workbook (`write`, which leaves a complete file beside its
+// place). With a waitForWrite hook it runs on a worker thread while the hook lets the
+// program go on; nothing but the worker touches the sheets meanwhile, since the caller of
+// the hand-back waits for it. Returns nothing when the user abandoned the forwarding
+// meanwhile; `discard` has then removed what was written.
+template <class Result>
+std::optional<Result> writeAside(const XlsxSettings& settings, const std::function<Result()>& write,
+                                 const std::function<void(const Result&)>& discard)
+{
+    if (!settings.waitForWrite || !QCoreApplication::instance())
+        return write();
+    std::atomic<bool> finished{false};
+    std::future<Result> result = std::async(std::launch::async, [&] {
+        // However it ends, the waiting thread is woken to look again.
+        struct Wake {
+            std::atomic<bool>& finished;
+            ~Wake()
+            {
+                finished = true;
+                QMetaObject::invokeMethod(QCoreApplication::instance(), [] {}, Qt::QueuedConnection);
+            }
+        } wake{finished};
+        return write();
+    });
+    const bool abandoned = settings.waitForWrite([&finished] { return finished.load(); });
+    if (!abandoned)
+        return result.get();
+    try {
+        discard(result.get());
+    } catch (const std::exception&) {
+        // abandoned anyway: a failure of the unwanted write is not the user's concern
     }
+    return std::nullopt;
 }
 
 // --- The application -----------------------------------------------------------------------
@@ -482,18 +555,19 @@ private:
         for (const auto& workbook : m_workbooks) {
             if (!workbook->hasNewContent())
                 continue;
+            bool written = false;
             try {
-                if (workbook->isNew)
-                    writeNewWorkbook(*workbook, m_shared->settings);
-                else
-                    addToExistingWorkbook(*workbook, m_shared->settings);
+                written = write(*workbook);
             } catch (const RuntimeError& error) {
                 failures.append(error.description());
                 // Reported once; the same content is not tried again on release.
-                for (const auto& sheet : workbook->sheets)
-                    sheet->model->markWritten();
+                markWritten(*workbook);
                 if (m_shared->settings.reportFailure)
                     m_shared->settings.reportFailure(error.description());
+                continue;
+            }
+            if (!written) {
+                markWritten(*workbook); // abandoned by the user: nothing to write on release either
                 continue;
             }
             m_shared->written.append(workbook->fullName);
@@ -502,6 +576,62 @@ private:
         }
         if (!failures.isEmpty())
             throw RuntimeError(failures.join(QLatin1Char('\n')));
+    }
+
+public:
+    // Writes one workbook: a new file, or the new sheets added to its file. False when the
+    // user abandoned the forwarding while it was written (nothing was put in place).
+    bool write(WorkbookState& workbook)
+    {
+        const XlsxSettings& settings = m_shared->settings;
+        if (workbook.isNew) {
+            const NewTarget target = newWorkbookTarget(workbook, settings);
+            const std::optional<QString> temporary = writeAside<QString>(
+                settings, [&] { return writeNewWorkbookAside(workbook, target); },
+                [](const QString& file) { QFile::remove(file); });
+            if (!temporary)
+                return false;
+            try {
+                if (settings.beforeCommit)
+                    settings.beforeCommit();
+                xlsx::moveIntoPlace(*temporary, target.path, target.replace);
+            } catch (...) {
+                QFile::remove(*temporary);
+                throw;
+            }
+            workbook.writtenPath = target.path;
+            workbook.fullName = target.path;
+            markWritten(workbook);
+            return true;
+        }
+        const std::vector<SheetModel*> added = sheetsToAdd(workbook);
+        const int active = activeAmong(workbook, added);
+        const std::optional<xlsx::PreparedWorkbook> prepared = writeAside<xlsx::PreparedWorkbook>(
+            settings, [&] { return xlsx::prepareSheetsForWorkbookFile(workbook.fullName, added, active, settings.limits); },
+            [](const xlsx::PreparedWorkbook& file) { xlsx::discardPreparedWorkbook(file); });
+        if (!prepared)
+            return false;
+        xlsx::commitPreparedWorkbook(*prepared, settings.beforeCommit);
+        for (const auto& sheet : workbook.sheets) {
+            if (std::find(added.begin(), added.end(), sheet->model.get()) != added.end()) {
+                sheet->grafted = true;
+                sheet->model->markWritten();
+            }
+        }
+        return true;
+    }
+
+    // Drops a workbook from the application (Workbook.Close without saving).
+    void forget(const std::shared_ptr<WorkbookState>& workbook)
+    {
+        m_workbooks.erase(std::remove(m_workbooks.begin(), m_workbooks.end(), workbook), m_workbooks.end());
+    }
+
+private:
+    static void markWritten(WorkbookState& workbook)
+    {
+        for (const auto& sheet : workbook.sheets)
+            sheet->model->markWritten();
     }
 
     std::shared_ptr<XlsxConnector::Shared> m_shared;
@@ -533,6 +663,7 @@ public:
         }
         const xlsx::WorkbookFileInfo file = xlsx::inspectWorkbookFile(path, m_application->settings().limits);
         auto workbook = std::make_shared<WorkbookState>();
+        workbook->application = m_application;
         workbook->isNew = false;
         workbook->fullName = file.path;
         for (const QString& name : file.sheetNames) {
@@ -549,6 +680,7 @@ public:
     std::shared_ptr<ExcelWorkbook> Add() override
     {
         auto workbook = std::make_shared<WorkbookState>();
+        workbook->application = m_application;
         workbook->fullName = QStringLiteral("Book%1").arg(m_application->nextBookNumber());
         auto sheet = std::make_shared<SheetState>();
         sheet->model = std::make_shared<SheetModel>(QStringLiteral("Sheet1"));
@@ -565,6 +697,29 @@ private:
 std::shared_ptr<ExcelWorkbooks> ApplicationImpl::Workbooks()
 {
     return std::make_shared<WorkbooksImpl>(shared_from_this());
+}
+
+std::shared_ptr<ExcelWorkbook> WorksheetImpl::Parent()
+{
+    const auto workbook = m_state->workbook.lock();
+    if (!workbook)
+        throw RuntimeError(QStringLiteral("The sheet \"%1\" belongs to no workbook any more.").arg(m_state->model->name()));
+    return std::make_shared<WorkbookImpl>(workbook);
+}
+
+// Closing with saveChanges writes what is new now (a failure throws, and the workbook stays
+// open); without, what was done to the workbook is dropped and nothing is written.
+void WorkbookImpl::Close(bool saveChanges)
+{
+    const auto application = m_state->application.lock();
+    if (!application)
+        return; // already closed with its application
+    if (saveChanges && m_state->hasNewContent())
+        application->write(*m_state);
+    application->forget(m_state);
+    for (const auto& sheet : m_state->sheets)
+        sheet->model->markWritten();
+    m_state->application.reset();
 }
 
 } // namespace

@@ -10,7 +10,9 @@
 //     another place is set;
 //   - an existing workbook (Workbooks.Open) gets its new sheets added at its end, every
 //     other part of the file kept byte for byte.
-// A workbook whose new sheet received nothing is not written. An application released
+// A workbook whose new sheet received nothing is not written, and neither is a workbook
+// closed without saving or a sheet deleted before the hand-back (a forwarding that did not
+// finish discards its sheet that way, so it leaves nothing behind). An application released
 // without being handed back writes what it holds the same way, so nothing recorded is
 // lost. Each written file is then offered to the desktop (see XlsxSettings::openFile).
 //
@@ -47,6 +49,15 @@ struct XlsxSettings {
     // Runs when a new file is complete and synced, just before it takes its place
     // (a fault can be injected here to check that nothing is left behind).
     std::function<void()> beforeCommit;
+    // Keeps the program alive while a workbook is written at hand-back. When set, the
+    // writing runs on a worker thread and this is called on the calling thread with a test
+    // that tells when the writing is done. It may wait for that with the event loop running
+    // (the progress dialog repaints, its Cancel is answered) and returns true when the user
+    // abandoned the forwarding meanwhile: the new file is then removed, nothing is put in
+    // place and nothing is reported. It may also return false at once; the writing is then
+    // waited for without the event loop. Empty: the writing runs on the calling thread.
+    // Forward::handBackWaiter() is the engine's.
+    std::function<bool(const std::function<bool()>& done)> waitForWrite;
     xlsx::PackageLimits limits;
 };
 

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace quvo::xlsx {
@@ -72,6 +73,35 @@ QString lockFileOf(const QString& workbookPath)
             return lock;
     }
     return {};
+}
+
+QString lockedMessage(const QString& workbookPath, const QString& lock)
+{
+    return QStringLiteral("The workbook \"%1\" is open in another program: its lock file \"%2\" is beside it. "
+                          "Close the workbook in that program and try again. If no program has it open, the lock "
+                          "file was left behind and may be deleted.")
+        .arg(QDir::toNativeSeparators(workbookPath), QDir::toNativeSeparators(lock));
+}
+
+QString folderGivenMessage(const QString& path)
+{
+    return QStringLiteral("\"%1\" is a folder, not a workbook. Choose a workbook file (.xlsx).")
+        .arg(QDir::toNativeSeparators(path));
+}
+
+void keepOwnerAndMode(const QString& original, const QString& copy)
+{
+    const QByteArray from = QFile::encodeName(original);
+    const QByteArray to = QFile::encodeName(copy);
+    struct stat status {};
+    if (::stat(from.constData(), &status) != 0)
+        return;
+    // The owner first: changing it may clear the set-id bits, which the mode then restores.
+    // Where neither owner nor group may be given, the copy stays the user's own.
+    const bool owned = ::chown(to.constData(), status.st_uid, status.st_gid) == 0
+        || ::chown(to.constData(), static_cast<uid_t>(-1), status.st_gid) == 0;
+    Q_UNUSED(owned);
+    ::chmod(to.constData(), status.st_mode & 07777);
 }
 
 QString createTemporaryBeside(const QString& folder, const QString& baseName)

@@ -21,6 +21,20 @@ QString newWorkbookPath(const QString& folder, const QString& title, const QDate
 // ("~$name.xlsx" or ".~lock.name.xlsx#"), or "" when there is none.
 QString lockFileOf(const QString& workbookPath);
 
+// What the user is told when a workbook cannot be written because of the lock file `lock`
+// beside it: the workbook and the lock file by name, that another program has the
+// workbook open, and that the lock file may be deleted when no program has it open.
+QString lockedMessage(const QString& workbookPath, const QString& lock);
+
+// What the user is told when a folder is given where a workbook file belongs.
+QString folderGivenMessage(const QString& path);
+
+// Gives `copy` the owner, group and mode of `original` as far as the system allows (an
+// ordinary user cannot give a file away; the group is then kept when the user is in it).
+// Used before a workbook is replaced by its new version, so that the replacement keeps
+// who may read and write it.
+void keepOwnerAndMode(const QString& original, const QString& copy);
+
 // A new, empty file in `folder` with a hidden name derived from `baseName`, named like every
 // temporary file of the program (temporaryNamePrefix in document/DurableFile.h); stale
 // temporary files in the folder are removed first. Throws RuntimeError when the folder does

@@ -140,32 +140,40 @@ void SheetModel::setValue(const CellRect& rect, const QString& value)
 
 void SheetModel::setBorder(const CellRect& rect, std::int16_t index, Line line)
 {
-    const auto horizontal = [&](int row, int column) { m_horizontal[key(row, column)] = line; };
-    const auto vertical = [&](int row, int column) { m_vertical[key(row, column)] = line; };
+    // Each line is kept in the grid of edges, and the cells of the range beside it are
+    // recorded, since they carry the line when the sheet is written. (Only those: an edge of
+    // a large range touches its rim, not every cell inside.)
+    const auto horizontal = [&](int row, int column, int cellRow) {
+        m_horizontal[key(row, column)] = line;
+        cellAt(cellRow, column);
+    };
+    const auto vertical = [&](int row, int column, int cellColumn) {
+        m_vertical[key(row, column)] = line;
+        cellAt(row, cellColumn);
+    };
     for (int c = rect.firstColumn; c <= rect.lastColumn; ++c) {
-        if (index == xl::xlEdgeTop)
-            horizontal(rect.firstRow, c);
-        else if (index == xl::xlEdgeBottom)
-            horizontal(rect.lastRow + 1, c);
-        else if (index == xl::xlInsideHorizontal) {
-            for (int r = rect.firstRow + 1; r <= rect.lastRow; ++r)
-                horizontal(r, c);
+        if (index == xl::xlEdgeTop) {
+            horizontal(rect.firstRow, c, rect.firstRow);
+        } else if (index == xl::xlEdgeBottom) {
+            horizontal(rect.lastRow + 1, c, rect.lastRow);
+        } else if (index == xl::xlInsideHorizontal) {
+            for (int r = rect.firstRow + 1; r <= rect.lastRow; ++r) {
+                horizontal(r, c, r);
+                cellAt(r - 1, c);
+            }
         }
     }
     for (int r = rect.firstRow; r <= rect.lastRow; ++r) {
-        if (index == xl::xlEdgeLeft)
-            vertical(r, rect.firstColumn);
-        else if (index == xl::xlEdgeRight)
-            vertical(r, rect.lastColumn + 1);
-        else if (index == xl::xlInsideVertical) {
-            for (int c = rect.firstColumn + 1; c <= rect.lastColumn; ++c)
-                vertical(r, c);
+        if (index == xl::xlEdgeLeft) {
+            vertical(r, rect.firstColumn, rect.firstColumn);
+        } else if (index == xl::xlEdgeRight) {
+            vertical(r, rect.lastColumn + 1, rect.lastColumn);
+        } else if (index == xl::xlInsideVertical) {
+            for (int c = rect.firstColumn + 1; c <= rect.lastColumn; ++c) {
+                vertical(r, c, c);
+                cellAt(r, c - 1);
+            }
         }
-    }
-    // The cells of the range carry the lines when the sheet is written.
-    for (int r = rect.firstRow; r <= rect.lastRow; ++r) {
-        for (int c = rect.firstColumn; c <= rect.lastColumn; ++c)
-            cellAt(r, c);
     }
     m_changed = true;
 }

@@ -16,9 +16,11 @@
 #include <zip.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <sstream>
 
@@ -40,6 +42,7 @@ constexpr char ExtendedPropertiesType[] =
 constexpr char StrictNamespaceStart[] = "http://purl.oclc.org/ooxml/";
 constexpr char StylesContentType[] = "application/vnd.openxmlformats-officedocument.spreadsheetml.styles+xml";
 constexpr int FirstCustomNumberFormat = 164;
+constexpr qsizetype LargePart = 64 * 1024; // unpacked bytes
 
 QString shown(const QString& path)
 {
@@ -230,6 +233,67 @@ std::vector<Relationship> relationshipsOf(const pugi::xml_document& rels, const 
                         node});
     }
     return list;
+}
+
+// --- Selected sheets ---------------------------------------------------------------------
+
+bool isNameCharacter(char c)
+{
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-' || c == '.' || c == ':'
+        || static_cast<unsigned char>(c) >= 0x80;
+}
+
+// A sheet part without the tabSelected mark on its windows (<sheetView ...>), or nothing
+// when no window has it. The windows come before the sheet's cells; only their start tags
+// are read and changed, and every other byte of the part stays as it is, so a large sheet
+// is never parsed as a whole.
+std::optional<QByteArray> withoutTabSelected(const QByteArray& xml)
+{
+    qsizetype end = xml.indexOf("sheetData");
+    if (end < 0)
+        end = xml.size();
+    QByteArray result;
+    qsizetype copied = 0;
+    for (qsizetype open = xml.indexOf('<'); open >= 0 && open < end; open = xml.indexOf('<', open + 1)) {
+        qsizetype p = open + 1;
+        const qsizetype nameStart = p;
+        while (p < xml.size() && isNameCharacter(xml[p]))
+            ++p;
+        const QByteArray name = xml.mid(nameStart, p - nameStart);
+        if (name != "sheetView" && !name.endsWith(":sheetView"))
+            continue;
+        // The attributes, up to the end of the start tag; values may hold anything but
+        // their own quote.
+        for (;;) {
+            const qsizetype spaceStart = p;
+            while (p < xml.size() && std::isspace(static_cast<unsigned char>(xml[p])))
+                ++p;
+            if (p >= xml.size() || xml[p] == '>' || xml[p] == '/')
+                break;
+            const qsizetype attributeStart = p;
+            while (p < xml.size() && isNameCharacter(xml[p]))
+                ++p;
+            const QByteArray attribute = xml.mid(attributeStart, p - attributeStart);
+            while (p < xml.size() && (std::isspace(static_cast<unsigned char>(xml[p])) || xml[p] == '='))
+                ++p;
+            if (p >= xml.size() || (xml[p] != '"' && xml[p] != '\''))
+                return std::nullopt; // not a tag this reads; left alone
+            const char quote = xml[p];
+            const qsizetype valueEnd = xml.indexOf(quote, p + 1);
+            if (valueEnd < 0)
+                return std::nullopt;
+            const QByteArray value = xml.mid(p + 1, valueEnd - p - 1).trimmed();
+            p = valueEnd + 1;
+            if (attribute == "tabSelected" && (value == "1" || value == "true")) {
+                result.append(xml.constData() + copied, spaceStart - copied);
+                copied = p;
+            }
+        }
+    }
+    if (copied == 0)
+        return std::nullopt;
+    result.append(xml.constData() + copied, xml.size() - copied);
+    return result;
 }
 
 // --- Reading a zip archive ---------------------------------------------------------------
@@ -635,8 +699,10 @@ public:
             m_taken.insert(name.toLower());
     }
 
-    // Adds the sheets of the one-sheet-per-model workbook `m_parts` to the package.
-    void run(const std::vector<SheetModel*>& sheets)
+    // Adds the sheets of the one-sheet-per-model workbook `m_parts` to the package; the
+    // sheet `active` (an index into `sheets`, -1 for none) becomes the one the workbook
+    // opens on.
+    void run(const std::vector<SheetModel*>& sheets, int active)
     {
         const auto xmlPart = [&](const QString& part) {
             return parseXml(m_parts.read(m_parts.entryName(part)), part, m_partsFile);
@@ -663,10 +729,16 @@ public:
         const auto partsSheets = childrenNamed(childNamed(partsWorkbookDoc->document_element(), "sheets"), "sheet");
         if (partsSheets.size() != sheets.size())
             throw RuntimeError(QStringLiteral("The new sheets could not be prepared."));
+        const int sheetsBefore = static_cast<int>(sheetNodes().size());
+        const bool activating = active >= 0 && active < static_cast<int>(sheets.size());
+        if (activating)
+            deselectSheetsOfFile();
         for (std::size_t i = 0; i < sheets.size(); ++i) {
             const QString rId = qtext(partsSheets[i].attribute("r:id").value());
-            addSheet(sheets[i]->name(), sheetTargets.at(rId));
+            addSheet(sheets[i]->name(), sheetTargets.at(rId), activating && static_cast<int>(i) == active);
         }
+        if (activating)
+            setActiveTab(sheetsBefore + active);
         if (m_styles && m_styles->changed())
             m_changes[m_pkg.stylesPart] = serialize(*m_pkg.styles);
         ensureDefault(QStringLiteral("rels"), QStringLiteral("application/vnd.openxmlformats-package.relationships+xml"));
@@ -797,11 +869,52 @@ private:
         return prefix;
     }
 
-    void addSheet(const QString& name, const QString& partsSheet)
+    std::vector<pugi::xml_node> sheetNodes() const
+    {
+        return childrenNamed(childNamed(m_pkg.workbook->document_element(), "sheets"), "sheet");
+    }
+
+    // The workbook opens on the tab `index` (counting every sheet from 0): the first
+    // window's activeTab. A workbook part without windows gets one.
+    void setActiveTab(int index)
+    {
+        pugi::xml_node root = m_pkg.workbook->document_element();
+        pugi::xml_node views = childNamed(root, "bookViews");
+        if (!views)
+            views = root.insert_child_before(qualified(prefixOf(root), "bookViews").c_str(), childNamed(root, "sheets"));
+        pugi::xml_node view = childNamed(views, "workbookView");
+        if (!view)
+            view = views.append_child(qualified(prefixOf(root), "workbookView").c_str());
+        if (!view.attribute("activeTab"))
+            view.append_attribute("activeTab");
+        view.attribute("activeTab").set_value(index);
+        // The tab bar starts at the first sheet or later; it must not start behind the new one.
+        if (pugi::xml_attribute first = view.attribute("firstSheet"); first && first.as_int() > index)
+            first.set_value(index);
+    }
+
+    // The sheets of the file that are selected (tabSelected) are selected no more: a new
+    // sheet that the workbook opens on is the only selected one, as a spreadsheet program
+    // leaves it when it adds a sheet (two selected tabs would be a group, and what is typed
+    // into one would go into both). Only the parts that have the mark are rewritten.
+    void deselectSheetsOfFile()
+    {
+        for (const Relationship& rel : relationshipsOf(*m_pkg.workbookRels, m_pkg.workbookPart)) {
+            const bool sheetLike = rel.type.endsWith(QLatin1String("/worksheet")) || rel.type.endsWith(QLatin1String("/chartsheet"))
+                || rel.type.endsWith(QLatin1String("/dialogsheet")) || rel.type.endsWith(QLatin1String("/xlMacrosheet"));
+            if (!sheetLike || rel.target.isEmpty() || !m_pkg.zip->has(rel.target))
+                continue;
+            const QString part = m_pkg.zip->entryName(rel.target);
+            if (const std::optional<QByteArray> changed = withoutTabSelected(m_pkg.zip->read(part)))
+                m_changes[part] = *changed;
+        }
+    }
+
+    void addSheet(const QString& name, const QString& partsSheet, bool selected)
     {
         const QString folder = folderOf(m_pkg.workbookPart);
         const QString sheetPart = freePart(folder + QStringLiteral("worksheets/"), QStringLiteral("sheet"), QStringLiteral("n"));
-        m_changes[sheetPart] = sheetXml(partsSheet);
+        m_changes[sheetPart] = sheetXml(partsSheet, selected);
         addOverride(sheetPart, partsContentType(partsSheet));
 
         const QString partsSheetRels = relationshipsPartOf(partsSheet);
@@ -853,16 +966,19 @@ private:
 
     // The new sheet's XML: cell formats renumbered into the merged styles, shared
     // strings turned into inline strings (the workbook's own string table stays as it
-    // is), and not selected, so it does not join the sheet the workbook opens with.
-    QByteArray sheetXml(const QString& partsSheet)
+    // is), and selected only when it is the sheet the workbook opens on.
+    QByteArray sheetXml(const QString& partsSheet, bool selected)
     {
         auto doc = parseXml(m_parts.read(m_parts.entryName(partsSheet)), partsSheet, m_partsFile);
         pugi::xml_node root = doc->document_element();
         std::vector<pugi::xml_node> strings;
         if (m_strings)
             strings = childrenNamed(m_strings->document_element(), "si");
-        for (pugi::xml_node view : childrenNamed(childNamed(root, "sheetViews"), "sheetView"))
+        for (pugi::xml_node view : childrenNamed(childNamed(root, "sheetViews"), "sheetView")) {
             view.remove_attribute("tabSelected");
+            if (selected)
+                view.append_attribute("tabSelected") = "1";
+        }
         for (pugi::xml_node column : childrenNamed(childNamed(root, "cols"), "col")) {
             if (pugi::xml_attribute style = column.attribute("style"))
                 style.set_value(mapStyle(style.as_int()));
@@ -969,9 +1085,22 @@ void applyChanges(const QString& path, const std::map<QString, QByteArray>& chan
         throw RuntimeError(QStringLiteral("The copy of the workbook could not be opened for writing."));
     for (const auto& [part, bytes] : changes) {
         const QString name = original.has(part) ? original.entryName(part) : part;
+        const QByteArray encoded = name.toUtf8();
+        // libzip compresses an entry that replaces one of the same method at its best (and
+        // slowest) level, whatever is asked; a large part that changes is therefore removed
+        // and added again, and then compressed at the level below. Small ones keep their
+        // place in the archive.
+        if (original.has(part) && bytes.size() > LargePart) {
+            const zip_int64_t old = zip_name_locate(zip, encoded.constData(), ZIP_FL_ENC_UTF_8);
+            if (old >= 0 && zip_delete(zip, static_cast<zip_uint64_t>(old)) != 0) {
+                const QString reason = qtext(zip_strerror(zip));
+                zip_discard(zip);
+                throw RuntimeError(QStringLiteral("The workbook could not be updated: %1").arg(reason));
+            }
+        }
         zip_source_t* source = zip_source_buffer(zip, bytes.constData(), static_cast<zip_uint64_t>(bytes.size()), 0);
         const zip_int64_t index =
-            source ? zip_file_add(zip, name.toUtf8().constData(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8) : -1;
+            source ? zip_file_add(zip, encoded.constData(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8) : -1;
         // zlib's usual level: libzip's own default (the best compression) takes about
         // three times as long for a few per cent.
         if (index < 0 || zip_set_file_compression(zip, static_cast<zip_uint64_t>(index), ZIP_CM_DEFLATE, 6) != 0) {
@@ -993,9 +1122,7 @@ void checkNotLocked(const QString& path)
 {
     const QString lock = lockFileOf(path);
     if (!lock.isEmpty())
-        throw RuntimeError(QStringLiteral("The workbook \"%1\" is open in another program (its lock file \"%2\" is "
-                                          "there). Close it there and try again.")
-                               .arg(shown(path), QFileInfo(lock).fileName()));
+        throw RuntimeError(lockedMessage(path, lock));
 }
 
 QString checkedFile(const QString& path)
@@ -1007,6 +1134,8 @@ QString checkedFile(const QString& path)
         throw RuntimeError(QStringLiteral("\"%1\" is an Excel 97-2003 workbook (.xls). Only .xlsx workbooks can be "
                                           "extended: open it in your spreadsheet program and save it as .xlsx first.")
                                .arg(shown(path)));
+    if (info.isDir())
+        throw RuntimeError(folderGivenMessage(path));
     if (!info.exists())
         throw RuntimeError(QStringLiteral("The workbook \"%1\" cannot be found.").arg(shown(path)));
     if (!info.isFile())
@@ -1045,8 +1174,8 @@ WorkbookFileInfo inspectWorkbookFile(const QString& path, const PackageLimits& l
     return {file, sheetNamesOf(*pkg)};
 }
 
-void addSheetsToWorkbookFile(const QString& path, const std::vector<SheetModel*>& sheets,
-                             const std::function<void()>& beforeCommit, const PackageLimits& limits)
+PreparedWorkbook prepareSheetsForWorkbookFile(const QString& path, const std::vector<SheetModel*>& sheets,
+                                              int activeSheet, const PackageLimits& limits)
 {
     const QString file = checkedFile(path);
     auto pkg = readPackage(file, path, limits);
@@ -1070,23 +1199,44 @@ void addSheetsToWorkbookFile(const QString& path, const std::vector<SheetModel*>
     const ZipReader parts(partsFile, partsFile, PackageLimits{});
 
     Graft graft(*pkg, parts, partsFile);
-    graft.run(sheets);
+    graft.run(sheets, activeSheet);
 
     const QString temporary = createTemporaryBeside(QFileInfo(file).absolutePath(), QFileInfo(file).fileName());
     try {
         copyFile(file, temporary);
         applyChanges(temporary, graft.changes(), *pkg->zip);
         temporaryWritten(temporary);
-        QFile::setPermissions(temporary, QFile::permissions(file));
+        keepOwnerAndMode(file, temporary);
         syncToDisk(temporary);
-        if (beforeCommit)
-            beforeCommit();
-        checkNotLocked(file);
-        moveIntoPlace(temporary, file, true);
     } catch (...) {
         QFile::remove(temporary);
         throw;
     }
+    return {file, temporary};
+}
+
+void commitPreparedWorkbook(const PreparedWorkbook& prepared, const std::function<void()>& beforeCommit)
+{
+    try {
+        if (beforeCommit)
+            beforeCommit();
+        checkNotLocked(prepared.file);
+        moveIntoPlace(prepared.temporary, prepared.file, true);
+    } catch (...) {
+        QFile::remove(prepared.temporary);
+        throw;
+    }
+}
+
+void discardPreparedWorkbook(const PreparedWorkbook& prepared)
+{
+    QFile::remove(prepared.temporary);
+}
+
+void addSheetsToWorkbookFile(const QString& path, const std::vector<SheetModel*>& sheets,
+                             const std::function<void()>& beforeCommit, const PackageLimits& limits, int activeSheet)
+{
+    commitPreparedWorkbook(prepareSheetsForWorkbookFile(path, sheets, activeSheet, limits), beforeCommit);
 }
 
 QString nextSheetName(const QStringList& taken)

@@ -46,11 +46,33 @@ WorkbookFileInfo inspectWorkbookFile(const QString& path, const PackageLimits& l
 
 // Adds `sheets` in this order after the last sheet of the workbook at `path`. A sheet
 // whose name is taken in the file meanwhile gets the next free "SheetN" (the model is
-// renamed). `beforeCommit` runs after the new file is complete and synced and before it
-// replaces the original. Throws RuntimeError; the original is then untouched and no
-// temporary file remains.
+// renamed). `activeSheet` (an index into `sheets`) is the sheet the workbook then opens
+// on, active and the only one selected; -1 leaves the workbook's own choice. `beforeCommit`
+// runs after the new file is complete and synced and before it replaces the original.
+// Throws RuntimeError; the original is then untouched and no temporary file remains.
+// The same in two steps, prepare and commit, below.
 void addSheetsToWorkbookFile(const QString& path, const std::vector<SheetModel*>& sheets,
-                             const std::function<void()>& beforeCommit = {}, const PackageLimits& limits = {});
+                             const std::function<void()>& beforeCommit = {}, const PackageLimits& limits = {},
+                             int activeSheet = -1);
+
+// A workbook with its new sheets, complete and synced under a temporary name beside the
+// original, not yet in its place.
+struct PreparedWorkbook {
+    QString file;      // the workbook (symbolic links resolved)
+    QString temporary; // the new file, with the workbook's owner, group and mode where allowed
+};
+
+// The long part of adding sheets: everything but putting the new file in place (so that it
+// can run on a worker thread while the program waits for it). Throws RuntimeError; nothing
+// is left behind then.
+PreparedWorkbook prepareSheetsForWorkbookFile(const QString& path, const std::vector<SheetModel*>& sheets,
+                                              int activeSheet = -1, const PackageLimits& limits = {});
+// Puts the new file in place of the workbook: `beforeCommit` runs, the lock files are
+// looked at again and the new file is renamed over the workbook. Throws RuntimeError; the
+// workbook is then untouched and the new file removed.
+void commitPreparedWorkbook(const PreparedWorkbook& prepared, const std::function<void()>& beforeCommit = {});
+// Removes a new file that is not wanted (the forwarding was cancelled while it was written).
+void discardPreparedWorkbook(const PreparedWorkbook& prepared);
 
 // The name a newly added sheet gets: "SheetN" with N from the number of sheets plus
 // one upwards, the first one not taken (names compare without regard to letter case).

@@ -155,6 +155,12 @@ public:
         sheets.removeAll(m_name);
         sheets.insert(sheets.indexOf(afterName) + 1, m_name);
     }
+    void Delete() override
+    {
+        m_excel.call(QStringLiteral("%1.Delete").arg(m_name));
+        m_book->sheets.removeAll(m_name);
+    }
+    std::shared_ptr<ExcelWorkbook> Parent() override;
     std::shared_ptr<ExcelRange> Cells(int row, const QString& column) override
     {
         return std::make_shared<FakeRange>(m_excel, m_book, m_name, QStringLiteral("Cells(%1,%2)").arg(row).arg(column),
@@ -214,11 +220,22 @@ public:
         return m_book->fullName;
     }
     std::shared_ptr<ExcelWorksheets> Worksheets() override { return std::make_shared<FakeWorksheets>(m_excel, m_book); }
+    void Close(bool saveChanges) override
+    {
+        m_excel.call(QStringLiteral("Workbook(%1).Close(SaveChanges=%2)").arg(m_book->fullName, booleanEntry(saveChanges)));
+        m_book->closed = true;
+    }
 
 private:
     FakeExcel& m_excel;
     std::shared_ptr<FakeWorkbookState> m_book;
 };
+
+std::shared_ptr<ExcelWorkbook> FakeWorksheet::Parent()
+{
+    m_excel.call(QStringLiteral("%1.Parent").arg(m_name));
+    return std::make_shared<FakeWorkbook>(m_excel, m_book);
+}
 
 class FakeWorkbooks : public ExcelWorkbooks {
 public:

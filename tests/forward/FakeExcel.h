@@ -27,6 +27,7 @@ struct FakeWorkbookState {
     QStringList sheets;                       // names in order
     QMap<QString, QMap<QString, QString>> values; // sheet -> cell ("B4") -> value
     int sheetsMade = 0;
+    bool closed = false; // Close was called
 };
 
 struct FakeApplicationState {

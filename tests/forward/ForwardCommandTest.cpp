@@ -1,11 +1,13 @@
 // quvolink-cli forward, run as a program: a data file into a new workbook and into an
-// existing one, refusals (exit 1) and usage mistakes (exit 2).
+// existing one, refusals (exit 1), usage mistakes (exit 2), and Ctrl+C / SIGTERM as Cancel
+// (exit 1, the workbook byte for byte as it was, no file left).
 
 #include "SheetExpectations.h"
 #include "WorkbookTestSupport.h"
 
 #include "support/TestHelpers.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -13,8 +15,12 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <csignal>
+#include <functional>
 
 #include <ostream>
 
@@ -61,6 +67,51 @@ protected:
         r.out = QString::fromUtf8(p.readAllStandardOutput());
         r.err = QString::fromUtf8(p.readAllStandardError());
         return r;
+    }
+
+    // Starts the command, sends `signal` once `ready` holds (looked at every millisecond),
+    // and waits for the end.
+    Outcome runInterrupted(const QStringList& arguments, int signal, const std::function<bool(qint64 pid)>& ready)
+    {
+        QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("QUVOLINK_HOME"), m_home);
+        p.setProcessEnvironment(env);
+        p.setWorkingDirectory(m_dir.path());
+        p.start(test::builtProgram(QStringLiteral("src/cli/quvolink-cli")), QStringList{QStringLiteral("forward")} + arguments);
+        EXPECT_TRUE(p.waitForStarted(10000));
+        bool sent = false;
+        for (int i = 0; i < 60000 && p.state() == QProcess::Running; ++i) {
+            if (ready(p.processId())) {
+                ::kill(static_cast<pid_t>(p.processId()), signal);
+                sent = true;
+                break;
+            }
+            QThread::msleep(1);
+        }
+        EXPECT_TRUE(sent) << "the moment to interrupt never came";
+        EXPECT_TRUE(p.waitForFinished(60000));
+        Outcome r;
+        r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+        r.out = QString::fromUtf8(p.readAllStandardOutput());
+        r.err = QString::fromUtf8(p.readAllStandardError());
+        return r;
+    }
+
+    // A realtime data file of `rows` readings, so that forwarding takes a while. (The
+    // program folder is made first, so that only the forwarding changes the folder.)
+    QString writeLongFile(int rows)
+    {
+        EXPECT_TRUE(QDir().mkpath(m_home));
+        QByteArray bytes = "21,0\r\n9000,6000,0\r\n00,00,00,01\r\nTrue,00,01,00,00\r\n20\r\nTrue,1,1\r\nTrue,0,10,1,1\r\n";
+        for (int i = 0; i < rows; ++i) {
+            const int t = i % 86400;
+            const QByteArray value = QByteArray::number(100 + i % 900) + "E-3";
+            bytes += QStringLiteral("%1:%2:%3,").arg(t / 3600, 2, 10, QLatin1Char('0')).arg(t / 60 % 60, 2, 10, QLatin1Char('0'))
+                         .arg(t % 60, 2, 10, QLatin1Char('0')).toLatin1()
+                + value + ",VDC," + value + "\r\n";
+        }
+        return write(QStringLiteral("long.CSV"), bytes);
     }
 
     QString write(const QString& name, const QByteArray& bytes)
@@ -146,6 +197,75 @@ TEST_F(ForwardCommandTest, IntoExistingWorkbook)
     EXPECT_EQ(sheet[QStringLiteral("cells")].toObject()[QStringLiteral("B8")].toObject()[QStringLiteral("value")].toString(),
               QStringLiteral("=1+1"));
     EXPECT_EQ(sheet[QStringLiteral("formula_elements")].toInt(), 0);
+}
+
+// True once the process catches SIGINT and SIGTERM (its Cancel is in place).
+bool catchesInterrupts(qint64 pid)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
+    if (!status.open(QIODevice::ReadOnly))
+        return false;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (!line.startsWith("SigCgt:"))
+            continue;
+        const qulonglong caught = line.mid(7).trimmed().toULongLong(nullptr, 16);
+        const qulonglong wanted = (1ULL << (SIGINT - 1)) | (1ULL << (SIGTERM - 1));
+        return (caught & wanted) == wanted;
+    }
+    return false;
+}
+
+QByteArray sha256Of(const QString& path)
+{
+    return QCryptographicHash::hash(test::fileBytes(path), QCryptographicHash::Sha256).toHex();
+}
+
+TEST_F(ForwardCommandTest, InterruptedWhileForwardingLeavesTheWorkbookAsItWas)
+{
+    const QString data = writeLongFile(32767);
+    const QString book = m_dir.filePath(QStringLiteral("Bench.xlsx"));
+    test::makeWorkbook(QStringLiteral("openpyxl"), book);
+    const QByteArray before = sha256Of(book);
+    const QStringList entries = test::folderEntries(m_dir.path());
+    for (const int signal : {SIGTERM, SIGINT}) {
+        SCOPED_TRACE(signal);
+        const Outcome r = runInterrupted({data, QStringLiteral("--into"), book}, signal, catchesInterrupts);
+        EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
+        EXPECT_TRUE(r.err.contains(QStringLiteral("Canceled."))) << r.err.toStdString();
+        EXPECT_TRUE(r.out.isEmpty());
+        EXPECT_EQ(sha256Of(book), before);
+        EXPECT_EQ(test::folderEntries(m_dir.path()), entries);
+    }
+}
+
+TEST_F(ForwardCommandTest, InterruptedWhileTheWorkbookIsWrittenLeavesItAsItWas)
+{
+    // Ctrl+C when the new version of the workbook is being written beside it (its temporary
+    // file has appeared): it is not put in place.
+    const QString data = writeLongFile(32767);
+    const QString book = m_dir.filePath(QStringLiteral("Bench.xlsx"));
+    test::makeWorkbook(QStringLiteral("openpyxl"), book);
+    const QByteArray before = sha256Of(book);
+    const QStringList entries = test::folderEntries(m_dir.path());
+    const auto writing = [&](qint64) { return test::folderEntries(m_dir.path()).size() > entries.size(); };
+    const Outcome r = runInterrupted({data, QStringLiteral("--into"), book}, SIGINT, writing);
+    EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains(QStringLiteral("Canceled."))) << r.err.toStdString();
+    EXPECT_EQ(sha256Of(book), before);
+    EXPECT_EQ(test::folderEntries(m_dir.path()), entries);
+}
+
+TEST_F(ForwardCommandTest, InterruptedNewWorkbookLeavesNoFile)
+{
+    const QString data = writeLongFile(32767);
+    const QString target = m_dir.filePath(QStringLiteral("new.xlsx"));
+    const QStringList entries = test::folderEntries(m_dir.path());
+    const auto writing = [&](qint64) { return test::folderEntries(m_dir.path()).size() > entries.size(); };
+    const Outcome r = runInterrupted({data, QStringLiteral("--xlsx"), target}, SIGINT, writing);
+    EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains(QStringLiteral("Canceled."))) << r.err.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(target));
+    EXPECT_EQ(test::folderEntries(m_dir.path()), entries);
 }
 
 TEST_F(ForwardCommandTest, IntoAnOldBinaryWorkbookIsRefused)

@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QMetaObject>
+#include <QThread>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -120,6 +121,8 @@ protected:
         engine.setActivateDocumentWindow([this] { excel.log.append(QStringLiteral("ActivateDocument")); });
         engine.setActivateMainWindow([this] { excel.log.append(QStringLiteral("ActivateMain")); });
         engine.setHiddenInstancePoll(std::chrono::milliseconds(5));
+        // Events run after every row here, so a click queued at a row is seen at that row.
+        engine.setEventSlice(std::chrono::milliseconds(0));
     }
     void TearDown() override { resetProgramState(); }
 
@@ -181,7 +184,8 @@ TEST_F(ForwardEngineTest, NewWorkbookWholeSequence)
     expected << expectedRows(*doc, false);
     expected << expectedFrame(23, QStringLiteral("Bench supply"), *doc);
     expected << expectedChart(23, QStringLiteral("Bench supply"), QStringLiteral("300.5,120.25"));
-    expected << QStringLiteral("Progress.unload") << QStringLiteral("ActivateDocument") << QStringLiteral("App.Visible=True");
+    // Shown again (the workbook written) while the progress dialog is still there.
+    expected << QStringLiteral("App.Visible=True") << QStringLiteral("Progress.unload") << QStringLiteral("ActivateDocument");
     EXPECT_EQ(excel.log, expected);
 
     // CommState 0 for every call, 7 afterwards; no message after success.
@@ -368,7 +372,7 @@ TEST_F(ForwardEngineTest, AbandonedWhileLookingAtOpenWorkbooks)
 
 // --- Cancel, failures, messages --------------------------------------------------------------------
 
-TEST_F(ForwardEngineTest, CancelDuringRowsLeavesTheRowsWithoutFrameAndShowsThePreviousLastError)
+TEST_F(ForwardEngineTest, CancelDuringRowsClosesTheNewWorkbookWithoutSavingAndShowsThePreviousLastError)
 {
     auto doc = realtimeDocument(23);
     programState().LastError = QStringLiteral("An earlier failure.");
@@ -386,17 +390,43 @@ TEST_F(ForwardEngineTest, CancelDuringRowsLeavesTheRowsWithoutFrameAndShowsThePr
     ASSERT_GE(rowsStart, 0);
     const qsizetype rowsWritten = rows.indexOf(QStringLiteral("Progress.RenProgress(True,5,23)")) + 1;
     QStringList expected = rows.mid(0, rowsWritten);
-    expected << QStringLiteral("Progress.unload") << QStringLiteral("ActivateDocument") << QStringLiteral("App.Visible=True")
+    // The half-written new workbook is dropped before the application is shown again, so
+    // nothing of it is kept.
+    expected << QStringLiteral("Sheet1.Parent") << QStringLiteral("Workbook(Book1).Close(SaveChanges=False)")
+             << QStringLiteral("App.Visible=True") << QStringLiteral("Progress.unload") << QStringLiteral("ActivateDocument")
              << QStringLiteral("ActivateMain") << QStringLiteral("Message(An earlier failure.)");
     EXPECT_EQ(excel.log.mid(rowsStart), expected);
-    EXPECT_EQ(excel.created[0]->workbooks[0]->values[QStringLiteral("Sheet1")][QStringLiteral("B9")], doc->TextMatrix(5, 1));
-    EXPECT_FALSE(excel.created[0]->workbooks[0]->values[QStringLiteral("Sheet1")].contains(QStringLiteral("B10")));
+    EXPECT_TRUE(excel.created[0]->workbooks[0]->closed);
     EXPECT_TRUE(excel.created[0]->visible) << "hidden while written, shown again";
     ASSERT_EQ(prompter.icons.size(), 1);
     EXPECT_EQ(prompter.icons[0], PromptIcon::Exclamation);
     EXPECT_EQ(prompter.buttons[0], PromptButtons::Ok);
     EXPECT_EQ(programState().CommState, CommStates::Idle);
     EXPECT_TRUE(programState().NoForward);
+}
+
+TEST_F(ForwardEngineTest, CancelDuringRowsDeletesTheNewSheetOfAnExistingWorkbook)
+{
+    auto doc = realtimeDocument(12);
+    programState().ExcelFile = QStringLiteral("/data/book.xlsx");
+    programState().LastError = QStringLiteral("Canceled.");
+    excel.onCall = [](const QString& entry) {
+        if (entry == QStringLiteral("Progress.RenProgress(True,3,12)"))
+            QMetaObject::invokeMethod(QCoreApplication::instance(), [] { programState().NoForward = true; }, Qt::QueuedConnection);
+    };
+
+    engine.ForwardToExcel();
+
+    ASSERT_EQ(excel.created.size(), 1u);
+    ASSERT_EQ(excel.created[0]->workbooks.size(), 1u);
+    // The workbook keeps exactly the sheets it had; the new one went before it was shown.
+    EXPECT_EQ(excel.created[0]->workbooks[0]->sheets,
+              QStringList({QStringLiteral("Sheet1"), QStringLiteral("Sheet2"), QStringLiteral("Sheet3")}));
+    EXPECT_FALSE(excel.created[0]->workbooks[0]->closed) << "the person's workbook itself stays open";
+    const qsizetype deleted = excel.log.indexOf(QStringLiteral("Sheet4.Delete"));
+    ASSERT_GE(deleted, 0);
+    EXPECT_LT(deleted, excel.log.lastIndexOf(QStringLiteral("App.Visible=True")));
+    EXPECT_EQ(excel.log.last(), QStringLiteral("Message(Canceled.)"));
 }
 
 TEST_F(ForwardEngineTest, FailingCallEndsTheForwardingWithItsDescription)
@@ -410,11 +440,65 @@ TEST_F(ForwardEngineTest, FailingCallEndsTheForwardingWithItsDescription)
     EXPECT_EQ(programState().LastError, QStringLiteral("The cell refused the value."));
     EXPECT_FALSE(excel.log.contains(QStringLiteral("Cells(7,D).NumberFormat=@")));
     EXPECT_TRUE(excel.entriesStartingWith(QStringLiteral("Range(")).isEmpty());
-    const QStringList tail = {QStringLiteral("Progress.unload"), QStringLiteral("ActivateDocument"),
-                              QStringLiteral("App.Visible=True"), QStringLiteral("ActivateMain"),
+    const QStringList tail = {QStringLiteral("Sheet1.Parent"), QStringLiteral("Workbook(Book1).Close(SaveChanges=False)"),
+                              QStringLiteral("App.Visible=True"), QStringLiteral("Progress.unload"),
+                              QStringLiteral("ActivateDocument"), QStringLiteral("ActivateMain"),
                               QStringLiteral("Message(The cell refused the value.)")};
     EXPECT_EQ(excel.log.mid(excel.log.size() - tail.size()), tail);
     EXPECT_EQ(programState().CommState, CommStates::Idle);
+}
+
+TEST_F(ForwardEngineTest, WithTheDefaultSliceEventsRunWhileRowsAreWritten)
+{
+    // Rows that take a millisecond each: within the default slice of events a Cancel queued
+    // at row 5 is answered long before the last of 200 rows.
+    Forward sliced(&excel);
+    sliced.setProgressFactory([this] { return std::make_unique<LoggedProgress>(excel); });
+    auto doc = realtimeDocument(200);
+    excel.onCall = [](const QString& entry) {
+        if (entry.startsWith(QStringLiteral("Progress.RenProgress(")))
+            QThread::usleep(1000);
+        if (entry == QStringLiteral("Progress.RenProgress(True,5,200)"))
+            QMetaObject::invokeMethod(QCoreApplication::instance(), [] { programState().NoForward = true; }, Qt::QueuedConnection);
+    };
+    sliced.ForwardToExcel();
+    EXPECT_TRUE(programState().NoForward);
+    EXPECT_FALSE(excel.log.contains(QStringLiteral("Progress.RenProgress(False,200,200)")));
+    // Every row still renews the progress dialog's count.
+    EXPECT_TRUE(excel.log.contains(QStringLiteral("Progress.RenProgress(True,6,200)")));
+}
+
+TEST_F(ForwardEngineTest, TheHandBackWaiterWaitsOnlyAtTheEndOfAWholeDocumentForwarding)
+{
+    auto doc = realtimeDocument(3);
+    const auto waiter = engine.handBackWaiter();
+    // Outside a forwarding (the end of a recording) it does not wait.
+    int asked = 0;
+    EXPECT_FALSE(waiter([&asked] {
+        ++asked;
+        return false;
+    }));
+    EXPECT_EQ(asked, 0);
+
+    // At the hand-back of a forwarding it lets events run until the writing is done, and a
+    // Cancel meanwhile tells the backend to put nothing in place.
+    bool waitedResult = false;
+    bool doneSeen = false;
+    excel.onCall = [&](const QString& entry) {
+        if (entry != QStringLiteral("App.Visible=True") || excel.log.count(entry) != 2)
+            return; // the first one is the started application's own
+        bool done = false;
+        QTimer::singleShot(20, [] { programState().NoForward = true; });
+        QTimer::singleShot(40, [&done] { done = true; });
+        waitedResult = waiter([&] {
+            doneSeen = done;
+            return done;
+        });
+    };
+    engine.ForwardToExcel();
+    EXPECT_TRUE(doneSeen);
+    EXPECT_TRUE(waitedResult);
+    EXPECT_EQ(prompter.texts.size(), 1) << "cancelled while written: the message is shown";
 }
 
 TEST_F(ForwardEngineTest, FailuresOfEachStepAreReported)

@@ -6,6 +6,7 @@
 #include "support/ScriptedPrompter.h"
 
 #include <QFile>
+#include <QDir>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -148,6 +149,24 @@ TEST_F(ForwardSetupTest, CustomWithAMissingFileNamesIt)
     setup.setTbFile(missing);
     EXPECT_FALSE(setup.btOkClick());
     EXPECT_EQ(prompter.messageTexts(), QStringList{QStringLiteral("This file cannot be found.\r\n") + missing});
+}
+
+TEST_F(ForwardSetupTest, CustomWithAFolderSaysItIsAFolder)
+{
+    ForwardSetup setup(prompter);
+    setup.Load();
+    setup.setTbFile(m_dir.path());
+    QSignalSpy focus(&setup, &ForwardSetup::focusFileRequested);
+    EXPECT_FALSE(setup.btOkClick());
+    ASSERT_EQ(prompter.messages.size(), 1);
+    const QString text = prompter.messages[0].text;
+    EXPECT_TRUE(text.contains(QStringLiteral("is a folder, not a workbook"))) << text.toStdString();
+    EXPECT_TRUE(text.contains(QDir::toNativeSeparators(m_dir.path()))) << text.toStdString();
+    EXPECT_FALSE(text.contains(QStringLiteral("cannot be found")));
+    EXPECT_EQ(prompter.messages[0].icon, PromptIcon::Exclamation);
+    EXPECT_EQ(focus.size(), 1);
+    EXPECT_FALSE(setup.isClosed());
+    EXPECT_TRUE(programState().NoForward);
 }
 
 TEST_F(ForwardSetupTest, CustomWithAnExistingFile)

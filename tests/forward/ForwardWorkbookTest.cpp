@@ -12,9 +12,12 @@
 #include "forward/XlsxBackend.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
+#include "resources/ProgressView.h"
 #include "resources/RuntimeError.h"
 #include "support/ScriptedPrompter.h"
 
+#include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -22,6 +25,9 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <ostream>
 #include <set>
@@ -385,6 +391,9 @@ TEST_F(ForwardWorkbookTest, NewLastSheetOfAnExistingWorkbookKeepsTheRest)
     test::expectForwardedSheet(test::sheetNamed(after, QStringLiteral("Sheet3")), contentOf(*doc, QStringLiteral("Added")));
     for (const QString& name : {QStringLiteral("Readings"), QStringLiteral("Sheet2")})
         EXPECT_EQ(test::sheetNamed(after, name), test::sheetNamed(before, name)) << name.toStdString();
+    // The workbook opens on the new sheet, selected, as the spreadsheet program shows it.
+    EXPECT_EQ(after[QStringLiteral("active_tab")].toInt(), 2);
+    EXPECT_TRUE(test::sheetNamed(after, QStringLiteral("Sheet3"))[QStringLiteral("tab_selected")].toBool());
     // Parts that adding a sheet does not need to touch are byte for byte the same.
     const std::set<QString> patched = {QStringLiteral("[Content_Types].xml"), QStringLiteral("xl/workbook.xml"),
                                        QStringLiteral("xl/_rels/workbook.xml.rels"), QStringLiteral("xl/styles.xml"),
@@ -436,6 +445,153 @@ TEST_F(ForwardWorkbookTest, SheetNameTakenWhileRecordingGetsTheNextName)
     test::expectForwardedSheet(test::sheetNamed(book, QStringLiteral("Sheet4")), contentOf(*doc, QString()));
 }
 
+// --- Cancel: the person's workbook stays byte for byte, no new file is left ---------------------------
+
+// What the progress dialog's Cancel does to a forwarding (the dialog's model sets both).
+void pressCancel()
+{
+    programState().LastError = QStringLiteral("Canceled.");
+    programState().NoForward = true;
+}
+
+// The progress dialog, its Cancel clicked at one moment of the forwarding.
+class CancellingProgress : public ProgressView {
+public:
+    enum class When { OnShow, AtRow, Never };
+    CancellingProgress(When when, int row) : m_when(when), m_row(row) {}
+    void show() override
+    {
+        // Clicked as soon as the dialog is up; the click is handled when events first run.
+        if (m_when == When::OnShow)
+            QMetaObject::invokeMethod(QCoreApplication::instance(), [] { pressCancel(); }, Qt::QueuedConnection);
+    }
+    void unload() override {}
+    void SetCaption(const QString&) override {}
+    void SetMessage(const QString&) override {}
+    void setCancelEnabled(bool) override {}
+    void RenProgress(bool, std::int16_t current, std::int16_t) override
+    {
+        if (m_when == When::AtRow && current == m_row)
+            pressCancel();
+    }
+
+private:
+    When m_when;
+    int m_row;
+};
+
+QByteArray sha256Of(const QString& path)
+{
+    return QCryptographicHash::hash(test::fileBytes(path), QCryptographicHash::Sha256).toHex();
+}
+
+struct CancelPoint {
+    const char* name;
+    CancellingProgress::When when;
+    int row;                 // with AtRow
+    bool whileWritten;       // Cancel while the workbook is being written at the end
+};
+
+const CancelPoint CancelPoints[] = {
+    {"as the dialog appears", CancellingProgress::When::OnShow, 0, false},
+    {"at the first row", CancellingProgress::When::AtRow, 1, false},
+    {"in the middle of the rows", CancellingProgress::When::AtRow, 150, false},
+    {"at the last row", CancellingProgress::When::AtRow, 300, false},
+    {"while the workbook is written", CancellingProgress::When::Never, 0, true},
+};
+
+// File > Forward of a 300-row document as the program wires it (the workbook written at
+// the end while events run), cancelled at `point`.
+QStringList forwardCancelled(DataDocument& doc, const QString& out, test::ScriptedPrompter& prompter, const CancelPoint& point)
+{
+    Forward engine;
+    XlsxSettings settings;
+    settings.newWorkbookLocation = out;
+    settings.reportFailure = engine.handBackFailureReporter();
+    const auto waiter = engine.handBackWaiter();
+    settings.waitForWrite = [&](const std::function<bool()>& done) {
+        if (point.whileWritten) // clicked while the worker writes the new file
+            QMetaObject::invokeMethod(QCoreApplication::instance(), [] { pressCancel(); }, Qt::QueuedConnection);
+        return waiter(done);
+    };
+    XlsxConnector connector(settings);
+    engine.setConnector(&connector);
+    engine.setPrompter(&prompter);
+    engine.setProgressFactory([&point] { return std::make_unique<CancellingProgress>(point.when, point.row); });
+    programState().CurrentDoc = &doc;
+    engine.ForwardToExcel();
+    programState().CurrentDoc = nullptr;
+    EXPECT_EQ(programState().CommState, CommStates::Idle);
+    return connector.writtenFiles();
+}
+
+TEST_F(ForwardWorkbookTest, CancelAtAnyMomentLeavesTheExistingWorkbookByteForByte)
+{
+    const QString file = inDir(QStringLiteral("Bench.xlsx"));
+    test::makeWorkbook(QStringLiteral("openpyxl"), file);
+    const QByteArray before = sha256Of(file);
+    const QStringList folderBefore = test::folderEntries(m_dir.path());
+    auto doc = realtimeDocument(300);
+    for (const CancelPoint& point : CancelPoints) {
+        SCOPED_TRACE(point.name);
+        prompter.messages.clear();
+        programState().ExcelFile = file;
+        EXPECT_TRUE(forwardCancelled(*doc, m_out, prompter, point).isEmpty());
+        EXPECT_EQ(sha256Of(file), before);
+        EXPECT_EQ(test::folderEntries(m_dir.path()), folderBefore) << "no temporary file is left";
+        EXPECT_EQ(prompter.messageTexts(), QStringList{QStringLiteral("Canceled.")});
+    }
+    // Not cancelled, the same forwarding adds its sheet: the points above were real ones.
+    prompter.messages.clear();
+    programState().ExcelFile = file;
+    const CancelPoint none{"never", CancellingProgress::When::Never, 0, false};
+    EXPECT_EQ(forwardCancelled(*doc, m_out, prompter, none), QStringList{file});
+    EXPECT_NE(sha256Of(file), before);
+    EXPECT_EQ(test::sheetNames(test::describeWorkbook(file)), (QStringList{"Readings", "Sheet2", "Sheet3"}));
+}
+
+TEST_F(ForwardWorkbookTest, CancelAtAnyMomentOfANewForwardLeavesNoFile)
+{
+    auto doc = realtimeDocument(300);
+    for (const CancelPoint& point : CancelPoints) {
+        SCOPED_TRACE(point.name);
+        prompter.messages.clear();
+        programState().ExcelFile.clear();
+        EXPECT_TRUE(forwardCancelled(*doc, m_out, prompter, point).isEmpty());
+        EXPECT_TRUE(test::folderEntries(m_out).isEmpty()) << test::folderEntries(m_out).join(QLatin1Char(' ')).toStdString();
+        EXPECT_EQ(prompter.messageTexts(), QStringList{QStringLiteral("Canceled.")});
+    }
+    const CancelPoint none{"never", CancellingProgress::When::Never, 0, false};
+    EXPECT_EQ(forwardCancelled(*doc, m_out, prompter, none).size(), 1);
+    EXPECT_EQ(test::folderEntries(m_out).size(), 1);
+}
+
+TEST_F(ForwardWorkbookTest, FailedRecordingForwardStillWritesTheRowsCollected)
+{
+    // Realtime forwarding that fails after some rows (the caller releases it): the rows are
+    // the person's data and are written, as when the recording is stopped.
+    auto doc = std::make_unique<DataDocument>();
+    doc->OpenNew(DataKinds::Realtime);
+    programState().RealtimeDoc = doc.get();
+    Forward engine;
+    auto connector = connectorFor(engine);
+    programState().NoForward = false;
+    ASSERT_TRUE(engine.BeginRealtimeForward());
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_TRUE(doc->AddGridrow());
+        doc->AddRealtimedata(timeOf(i), QStringLiteral("1.5"), QStringLiteral("VDC"), true, QStringLiteral("1.5"));
+        ASSERT_TRUE(engine.AppendRealtimeRow(timeOf(i), QStringLiteral("1.5"), QStringLiteral("VDC")));
+    }
+    // A text longer than a cell holds: the append fails, and the recording lets go.
+    EXPECT_FALSE(engine.AppendRealtimeRow(timeOf(4), QString(40000, QLatin1Char('x')), QStringLiteral("VDC")));
+    engine.releaseRealtimeForward();
+    ASSERT_EQ(connector->writtenFiles().size(), 1);
+    const QJsonObject book = test::describeWorkbook(connector->writtenFiles().first());
+    const QJsonObject cells = test::sheetNamed(book, QStringLiteral("Sheet1"))[QStringLiteral("cells")].toObject();
+    for (int row = 5; row <= 8; ++row)
+        EXPECT_EQ(cells[QStringLiteral("C%1").arg(row)].toObject()[QStringLiteral("value")].toDouble(), 1.5) << row;
+}
+
 // --- Refusals: the message says why, nothing is changed ------------------------------------------------
 
 TEST_F(ForwardWorkbookTest, OldBinaryWorkbookIsRefused)
@@ -463,9 +619,59 @@ TEST_F(ForwardWorkbookTest, WorkbookOpenInAnotherProgramIsRefused)
         QFile lockFile(inDir(lock));
         ASSERT_TRUE(lockFile.open(QIODevice::WriteOnly));
         lockFile.close();
-        expectRefused(file, QStringLiteral("open in another program"));
+        expectRefused(file, QStringLiteral("is open in another program"));
+        // The message names the workbook and the lock file, and says what to do with a lock
+        // that no program holds.
+        const QString text = prompter.messages.value(0).text;
+        EXPECT_TRUE(text.contains(QDir::toNativeSeparators(file))) << text.toStdString();
+        EXPECT_TRUE(text.contains(QDir::toNativeSeparators(inDir(lock)))) << text.toStdString();
+        EXPECT_TRUE(text.contains(QStringLiteral("If no program has it open, the lock file was left behind and may be deleted.")))
+            << text.toStdString();
         QFile::remove(inDir(lock));
     }
+}
+
+TEST_F(ForwardWorkbookTest, FolderGivenAsTheWorkbookIsReportedAsAFolder)
+{
+    const QString folder = inDir(QStringLiteral("Bench.xlsx"));
+    ASSERT_TRUE(QDir().mkpath(folder));
+    expectRefused(folder, QStringLiteral("is a folder, not a workbook"));
+    EXPECT_FALSE(prompter.messages.value(0).text.contains(QStringLiteral("cannot be found")));
+}
+
+TEST_F(ForwardWorkbookTest, ExtendedWorkbookKeepsItsModeAndGroup)
+{
+    const QString file = inDir(QStringLiteral("Shared.xlsx"));
+    test::makeWorkbook(QStringLiteral("openpyxl"), file);
+    const QByteArray name = QFile::encodeName(file);
+    ASSERT_EQ(::chmod(name.constData(), 0640), 0);
+    // A group the user is in, other than the file's own when there is one.
+    gid_t groups[64];
+    const int count = ::getgroups(64, groups);
+    struct stat before {};
+    ASSERT_EQ(::stat(name.constData(), &before), 0);
+    gid_t group = before.st_gid;
+    for (int i = 0; i < count; ++i) {
+        if (groups[i] != before.st_gid)
+            group = groups[i];
+    }
+    ASSERT_EQ(::chown(name.constData(), static_cast<uid_t>(-1), group), 0);
+    // Who may give files away (the administrator) gives this one to another user: the new
+    // version must keep that owner too.
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(name.constData(), 4242, 4343), 0);
+    }
+    ASSERT_EQ(::stat(name.constData(), &before), 0);
+
+    auto doc = realtimeDocument(5);
+    programState().ExcelFile = file;
+    EXPECT_EQ(forward(*doc), QStringList{file});
+    struct stat after {};
+    ASSERT_EQ(::stat(name.constData(), &after), 0);
+    EXPECT_NE(after.st_ino, before.st_ino) << "replaced by a new file";
+    EXPECT_EQ(after.st_mode & 07777, 0640u);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_gid, before.st_gid);
 }
 
 TEST_F(ForwardWorkbookTest, CorruptWorkbookIsRefused)

@@ -198,5 +198,19 @@ TEST(ChartMarkers, SparseReadingsAreMarkedThroughout)
     EXPECT_TRUE(beyond.points.empty());
 }
 
+TEST(SheetModelBorders, AnEdgeOfALargeRangeRecordsOnlyTheCellsBesideIt)
+{
+    SheetModel sheet(QStringLiteral("Sheet1"));
+    const CellRect range{5, 2, 1004, 4};
+    sheet.setBorder(range, xl::xlEdgeTop, Line::Medium);
+    sheet.setBorder(range, xl::xlEdgeLeft, Line::Medium);
+    EXPECT_EQ(sheet.cells().size(), 3u + 1000u - 1u); // the top row and the left column
+    EXPECT_EQ(sheet.topEdge(5, 3), Line::Medium);
+    EXPECT_EQ(sheet.leftEdge(600, 2), Line::Medium);
+    EXPECT_EQ(sheet.topEdge(6, 3), Line::None);
+    sheet.setBorder(range, xl::xlInsideHorizontal, Line::Thin);
+    EXPECT_EQ(sheet.cells().size(), 3000u);
+}
+
 } // namespace
 } // namespace quvo::xlsx
