@@ -136,6 +136,11 @@ QJsonObject describeWorkbook(const QString& path)
     return runReader({QStringLiteral("describe"), path});
 }
 
+QJsonObject workbookViews(const QString& path)
+{
+    return runReader({QStringLiteral("views"), path});
+}
+
 QJsonObject workbookEntries(const QString& path)
 {
     return runReader({QStringLiteral("entries"), path});

@@ -42,6 +42,9 @@ void addDataChart(ExcelWorksheet& sheet, const QString& title, int rowCount);
 // The reader's verdict on a workbook (see check_workbook.py); fails the running test
 // and returns an empty object when the reader fails.
 QJsonObject describeWorkbook(const QString& path);
+// The tab the workbook opens on ("active_tab") and each sheet's name and "tab_selected",
+// read without the cells (fast for large sheets).
+QJsonObject workbookViews(const QString& path);
 // Every zip entry of the file with the SHA-256 of its unpacked content.
 QJsonObject workbookEntries(const QString& path);
 // Writes a workbook with the reader's own library or a damaged one ("openpyxl",

@@ -4,12 +4,16 @@ holds as JSON, for the workbook tests to compare with the rules.
 
     check_workbook.py describe FILE      cells, formats, borders, charts of every sheet
     check_workbook.py entries FILE       every zip entry with the SHA-256 of its content
+    check_workbook.py views FILE         the tab the workbook opens on and which sheets are
+                                         selected (read without loading the cells)
     check_workbook.py make-openpyxl FILE writes a workbook with openpyxl (two sheets, a
                                          chart, defined names) to extend in the tests
     check_workbook.py make-KIND FILE     writes a damaged or unsuitable workbook (strict,
                                          doctype, badprefix, undeclared, slip, huge,
                                          encrypted, notworkbook, docx)
     check_workbook.py make-sheets FILE NAME...  a workbook with sheets of those names
+    check_workbook.py make-formulas FILE  a workbook with formulas on several sheets and a
+                                         chart, for a spreadsheet program to save again
 
 Cells and formats come from openpyxl; the drawing and chart parts are read as XML with
 the standard library, since the details that matter (anchor, gaps, hidden data) are
@@ -300,6 +304,26 @@ def describe(path):
     return out
 
 
+def views(path):
+    zf = zipfile.ZipFile(path)
+    wb_root = ET.fromstring(zf.read("xl/workbook.xml"))
+    wb_rels = rels_of(zf, "xl/workbook.xml")
+    view = wb_root.find("m:bookViews/m:workbookView", NS)
+    sheets = []
+    for sheet in wb_root.findall("m:sheets/m:sheet", NS):
+        part = wb_rels[sheet.get("{%s}id" % NS["r"])][1]
+        selected = False
+        with zf.open(part) as stream:
+            for _, element in ET.iterparse(stream, events=("start",)):
+                tag = element.tag.split("}")[-1]
+                if tag == "sheetView" and element.get("tabSelected") in ("1", "true"):
+                    selected = True
+                if tag == "sheetData":
+                    break
+        sheets.append({"name": sheet.get("name"), "tab_selected": selected})
+    return {"active_tab": int(view.get("activeTab", "0")) if view is not None else 0, "sheets": sheets}
+
+
 def entries(path):
     zf = zipfile.ZipFile(path)
     return {info.filename: hashlib.sha256(zf.read(info.filename)).hexdigest() for info in zf.infolist()}
@@ -434,14 +458,43 @@ def make_variant(kind, path):
     return {"written": path}
 
 
+def make_formulas(path):
+    """Prices (numbers, a formula per row, a total), Notes (a formula on the other sheet,
+    text) and a line chart of the formulas' results."""
+    import openpyxl
+    from openpyxl.chart import LineChart, Reference
+
+    wb = openpyxl.Workbook()
+    ws = wb.active
+    ws.title = "Prices"
+    ws.append(["Item", "Net", "Gross"])
+    for i in range(1, 9):
+        ws.append(["Item %d" % i, i * 2.5, "=B%d*1.2" % (i + 1)])
+    ws["E1"] = "Total"
+    ws["F1"] = "=SUM(C2:C9)"
+    chart = LineChart()
+    chart.title = "Gross"
+    chart.add_data(Reference(ws, min_col=3, min_row=1, max_row=9), titles_from_data=True)
+    ws.add_chart(chart, "E3")
+    notes = wb.create_sheet("Notes")
+    notes["A1"] = "Total with delivery"
+    notes["B1"] = "=Prices!F1+7.5"
+    notes["A2"] = "Items"
+    notes["B2"] = "=COUNTA(Prices!A2:A9)"
+    wb.save(path)
+    return {"written": path}
+
+
 def main():
     command, path = sys.argv[1], sys.argv[2]
     if command == "make-sheets":
         result = make_sheets(path, sys.argv[3:])
+    elif command == "make-formulas":
+        result = make_formulas(path)
     elif command.startswith("make-") and command != "make-openpyxl":
         result = make_variant(command[5:], path)
     else:
-        result = {"describe": describe, "entries": entries, "make-openpyxl": make_openpyxl}[command](path)
+        result = {"describe": describe, "entries": entries, "views": views, "make-openpyxl": make_openpyxl}[command](path)
     json.dump(result, sys.stdout, default=str)
 
 
