@@ -141,41 +141,60 @@ void SheetModel::setValue(const CellRect& rect, const QString& value)
 void SheetModel::setBorder(const CellRect& rect, std::int16_t index, Line line)
 {
     // Each line is kept in the grid of edges, and the cells of the range beside it are
-    // recorded, since they carry the line when the sheet is written. (Only those: an edge of
-    // a large range touches its rim, not every cell inside.)
-    const auto horizontal = [&](int row, int column, int cellRow) {
-        m_horizontal[key(row, column)] = line;
-        cellAt(cellRow, column);
-    };
-    const auto vertical = [&](int row, int column, int cellColumn) {
-        m_vertical[key(row, column)] = line;
-        cellAt(row, cellColumn);
-    };
-    for (int c = rect.firstColumn; c <= rect.lastColumn; ++c) {
-        if (index == xl::xlEdgeTop) {
-            horizontal(rect.firstRow, c, rect.firstRow);
-        } else if (index == xl::xlEdgeBottom) {
-            horizontal(rect.lastRow + 1, c, rect.lastRow);
-        } else if (index == xl::xlInsideHorizontal) {
-            for (int r = rect.firstRow + 1; r <= rect.lastRow; ++r) {
-                horizontal(r, c, r);
-                cellAt(r - 1, c);
-            }
-        }
+    // recorded, since they carry the line when the sheet is written: the rim of the range
+    // for an edge, every cell of it for the inside lines.
+    const auto horizontal = [&](int row, int column) { m_horizontal[key(row, column)] = line; };
+    const auto vertical = [&](int row, int column) { m_vertical[key(row, column)] = line; };
+    switch (index) {
+    case xl::xlEdgeTop:
+    case xl::xlEdgeBottom: {
+        const int row = index == xl::xlEdgeTop ? rect.firstRow : rect.lastRow;
+        for (int c = rect.firstColumn; c <= rect.lastColumn; ++c)
+            horizontal(index == xl::xlEdgeTop ? row : row + 1, c);
+        recordCells({row, rect.firstColumn, row, rect.lastColumn});
+        break;
     }
-    for (int r = rect.firstRow; r <= rect.lastRow; ++r) {
-        if (index == xl::xlEdgeLeft) {
-            vertical(r, rect.firstColumn, rect.firstColumn);
-        } else if (index == xl::xlEdgeRight) {
-            vertical(r, rect.lastColumn + 1, rect.lastColumn);
-        } else if (index == xl::xlInsideVertical) {
-            for (int c = rect.firstColumn + 1; c <= rect.lastColumn; ++c) {
-                vertical(r, c, c);
-                cellAt(r, c - 1);
-            }
+    case xl::xlEdgeLeft:
+    case xl::xlEdgeRight: {
+        const int column = index == xl::xlEdgeLeft ? rect.firstColumn : rect.lastColumn;
+        for (int r = rect.firstRow; r <= rect.lastRow; ++r)
+            vertical(r, index == xl::xlEdgeLeft ? column : column + 1);
+        recordCells({rect.firstRow, column, rect.lastRow, column});
+        break;
+    }
+    case xl::xlInsideHorizontal:
+        for (int r = rect.firstRow + 1; r <= rect.lastRow; ++r) {
+            for (int c = rect.firstColumn; c <= rect.lastColumn; ++c)
+                horizontal(r, c);
         }
+        recordCells(rect);
+        break;
+    case xl::xlInsideVertical:
+        for (int r = rect.firstRow; r <= rect.lastRow; ++r) {
+            for (int c = rect.firstColumn + 1; c <= rect.lastColumn; ++c)
+                vertical(r, c);
+        }
+        recordCells(rect);
+        break;
+    default:
+        break;
     }
     m_changed = true;
+}
+
+void SheetModel::recordCells(const CellRect& rect)
+{
+    if (rect.lastRow == rect.firstRow && rect.lastColumn == rect.firstColumn) {
+        cellAt(rect.firstRow, rect.firstColumn);
+        return;
+    }
+    // Row by row, each cell found from the one before: a table's cells follow each other.
+    auto next = m_cells.lower_bound(key(rect.firstRow, rect.firstColumn));
+    for (int r = rect.firstRow; r <= rect.lastRow; ++r) {
+        for (int c = rect.firstColumn; c <= rect.lastColumn; ++c)
+            next = std::next(m_cells.try_emplace(next, key(r, c)));
+    }
+    m_lastColumn = std::max(m_lastColumn, rect.lastColumn);
 }
 
 void SheetModel::setAlignment(const CellRect& rect, std::int16_t alignment)

@@ -103,6 +103,7 @@ public:
 
 private:
     Cell& cellAt(int row, int column);
+    void recordCells(const CellRect& rect);
     static std::uint64_t key(int row, int column)
     {
         return (static_cast<std::uint64_t>(row) << 16) | static_cast<std::uint64_t>(column);
