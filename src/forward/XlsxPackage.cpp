@@ -1088,8 +1088,8 @@ void applyChanges(const QString& path, const std::map<QString, QByteArray>& chan
         const QByteArray encoded = name.toUtf8();
         // libzip compresses an entry that replaces one of the same method at its best (and
         // slowest) level, whatever is asked; a large part that changes is therefore removed
-        // and added again, and then compressed at the level below. Small ones keep their
-        // place in the archive.
+        // and added again, and then compressed at DeflateLevel. Small ones keep their place
+        // in the archive.
         if (original.has(part) && bytes.size() > LargePart) {
             const zip_int64_t old = zip_name_locate(zip, encoded.constData(), ZIP_FL_ENC_UTF_8);
             if (old >= 0 && zip_delete(zip, static_cast<zip_uint64_t>(old)) != 0) {
@@ -1101,9 +1101,7 @@ void applyChanges(const QString& path, const std::map<QString, QByteArray>& chan
         zip_source_t* source = zip_source_buffer(zip, bytes.constData(), static_cast<zip_uint64_t>(bytes.size()), 0);
         const zip_int64_t index =
             source ? zip_file_add(zip, encoded.constData(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8) : -1;
-        // zlib's usual level: libzip's own default (the best compression) takes about
-        // three times as long for a few per cent.
-        if (index < 0 || zip_set_file_compression(zip, static_cast<zip_uint64_t>(index), ZIP_CM_DEFLATE, 6) != 0) {
+        if (index < 0 || zip_set_file_compression(zip, static_cast<zip_uint64_t>(index), ZIP_CM_DEFLATE, DeflateLevel) != 0) {
             if (source && index < 0)
                 zip_source_free(source);
             const QString reason = qtext(zip_strerror(zip));

@@ -1,6 +1,7 @@
 #include "forward/XlsxSheetWriter.h"
 
 #include "forward/ExcelObjects.h"
+#include "forward/XlsxFiles.h"
 #include "resources/RuntimeError.h"
 
 #include <QFile>
@@ -573,7 +574,7 @@ void completeCharts(const QString& path, const std::vector<ChartFinish>& finishe
         replaced.push_back(completeChart(xml, finishes[number - 1]));
         // Removed and added again rather than replaced: libzip compresses a replacement at
         // its slowest level whatever is asked, and a chart of a full document holds the
-        // cached texts and numbers of every point.
+        // cached texts and numbers of every point (DeflateLevel is asked instead).
         const QByteArray entryName = name.toUtf8();
         zip_source_t* source = zip_source_buffer(zip, replaced.back().constData(), static_cast<zip_uint64_t>(replaced.back().size()), 0);
         if (!source)
@@ -587,7 +588,7 @@ void completeCharts(const QString& path, const std::vector<ChartFinish>& finishe
             zip_source_free(source); // not taken over by the archive
             fail(QString::fromUtf8(zip_strerror(zip)));
         }
-        if (zip_set_file_compression(zip, static_cast<zip_uint64_t>(added), ZIP_CM_DEFLATE, 6) != 0)
+        if (zip_set_file_compression(zip, static_cast<zip_uint64_t>(added), ZIP_CM_DEFLATE, DeflateLevel) != 0)
             fail(QString::fromUtf8(zip_strerror(zip)));
     }
     if (zip_close(zip) != 0)
