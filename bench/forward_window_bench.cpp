@@ -19,6 +19,7 @@
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
 #include "resources/Prompter.h"
+#include "resources/TimeText.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -52,13 +53,10 @@ constexpr int FullDocument = 32767;
     std::exit(1);
 }
 
+// "hh:mm:ss" of a second of the day, as a recording labels its rows.
 QString timeText(int second)
 {
-    const int t = second % 86400;
-    return QStringLiteral("%1:%2:%3")
-        .arg(t / 3600, 2, 10, QLatin1Char('0'))
-        .arg(t / 60 % 60, 2, 10, QLatin1Char('0'))
-        .arg(t % 60, 2, 10, QLatin1Char('0'));
+    return addToTimeLabel(QStringLiteral("00:00:00"), 0, 0, 0, second);
 }
 
 // A saved realtime document of 32767 readings: millivolts, an ERROR in a hundred.

@@ -55,12 +55,22 @@ protected:
     Outcome run(const QStringList& arguments)
     {
         QProcess p;
+        start(p, arguments);
+        return outcomeOf(p);
+    }
+
+    void start(QProcess& p, const QStringList& arguments)
+    {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("QUVOLINK_HOME"), m_home);
         env.remove(QStringLiteral("QUVOLINK_NO_DESKTOP_OPEN")); // the command itself never opens one
         p.setProcessEnvironment(env);
         p.setWorkingDirectory(m_dir.path());
         p.start(test::builtProgram(QStringLiteral("src/cli/quvolink-cli")), QStringList{QStringLiteral("forward")} + arguments);
+    }
+
+    static Outcome outcomeOf(QProcess& p)
+    {
         EXPECT_TRUE(p.waitForFinished(60000));
         Outcome r;
         r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
@@ -74,11 +84,7 @@ protected:
     Outcome runInterrupted(const QStringList& arguments, int signal, const std::function<bool(qint64 pid)>& ready)
     {
         QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QUVOLINK_HOME"), m_home);
-        p.setProcessEnvironment(env);
-        p.setWorkingDirectory(m_dir.path());
-        p.start(test::builtProgram(QStringLiteral("src/cli/quvolink-cli")), QStringList{QStringLiteral("forward")} + arguments);
+        start(p, arguments);
         EXPECT_TRUE(p.waitForStarted(10000));
         bool sent = false;
         for (int i = 0; i < 60000 && p.state() == QProcess::Running; ++i) {
@@ -90,12 +96,7 @@ protected:
             QThread::msleep(1);
         }
         EXPECT_TRUE(sent) << "the moment to interrupt never came";
-        EXPECT_TRUE(p.waitForFinished(60000));
-        Outcome r;
-        r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-        r.out = QString::fromUtf8(p.readAllStandardOutput());
-        r.err = QString::fromUtf8(p.readAllStandardError());
-        return r;
+        return outcomeOf(p);
     }
 
     // A realtime data file of `rows` readings, so that forwarding takes a while. (The

@@ -41,25 +41,7 @@ namespace quvo {
 namespace {
 
 using test::SheetContent;
-
-// What the sheet must hold for a document, by the layout rules: heading row and rows
-// from the grid (the row number in B for SAVE-mode), the statistics texts.
-SheetContent contentOf(DataDocument& doc, const QString& title)
-{
-    SheetContent content;
-    content.title = title;
-    content.saveMode = ParseDataKind(doc.Tag()) == DataKinds::Save;
-    const int b = content.saveMode ? 0 : 1;
-    content.header[0] = doc.TextMatrix(0, b);
-    content.header[1] = doc.TextMatrix(0, 2);
-    content.header[2] = doc.TextMatrix(0, 3);
-    for (int i = 1; i <= doc.GetDatacount(); ++i)
-        content.rows.push_back({doc.TextMatrix(i, b), doc.TextMatrix(i, 2), doc.TextMatrix(i, 3)});
-    content.stats[0] = doc.GetDispmax(false);
-    content.stats[1] = doc.GetDispmin(false);
-    content.stats[2] = doc.GetDispavg();
-    return content;
-}
+using test::contentOf;
 
 // Readings of a recording: millivolts with exponents, words among them.
 const char* const Readings[][3] = {

@@ -1,5 +1,7 @@
 #include "SheetExpectations.h"
 
+#include "document/DataDocument.h"
+#include "resources/Constant.h"
 #include "resources/TextNumber.h"
 
 #include <QJsonArray>
@@ -9,6 +11,23 @@
 #include <vector>
 
 namespace quvo::test {
+
+SheetContent contentOf(DataDocument& doc, const QString& title)
+{
+    SheetContent content;
+    content.title = title;
+    content.saveMode = ParseDataKind(doc.Tag()) == DataKinds::Save;
+    const int b = content.saveMode ? 0 : 1;
+    content.header[0] = doc.TextMatrix(0, b);
+    content.header[1] = doc.TextMatrix(0, 2);
+    content.header[2] = doc.TextMatrix(0, 3);
+    for (int i = 1; i <= doc.GetDatacount(); ++i)
+        content.rows.push_back({doc.TextMatrix(i, b), doc.TextMatrix(i, 2), doc.TextMatrix(i, 3)});
+    content.stats[0] = doc.GetDispmax(false);
+    content.stats[1] = doc.GetDispmin(false);
+    content.stats[2] = doc.GetDispavg();
+    return content;
+}
 
 namespace {
 

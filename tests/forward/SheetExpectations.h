@@ -6,7 +6,16 @@
 
 #include <QJsonObject>
 
+namespace quvo {
+class DataDocument;
+}
+
 namespace quvo::test {
+
+// What forwarding `doc` with `title` must put on the sheet, by the layout rules: the
+// heading row and the rows from the grid (the row number in B for a SAVE-mode document),
+// the statistics texts.
+SheetContent contentOf(DataDocument& doc, const QString& title);
 
 // Checks one sheet of describeWorkbook()'s result against `content`.
 void expectForwardedSheet(const QJsonObject& sheet, const SheetContent& content);

@@ -16,6 +16,7 @@
 // looked at.
 
 #include "LibreOffice.h"
+#include "SheetExpectations.h"
 #include "WorkbookTestSupport.h"
 
 #include "document/DataDocument.h"
@@ -24,6 +25,7 @@
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
 #include "resources/TextNumber.h"
+#include "resources/TimeText.h"
 #include "support/ScriptedPrompter.h"
 
 #include <QDir>
@@ -49,6 +51,7 @@ namespace {
 
 using test::LibreOffice;
 using test::SheetContent;
+using test::contentOf;
 
 constexpr int RenderDpi = 100;
 constexpr double ChartWidthPoints = 400;
@@ -63,13 +66,10 @@ struct Kind {
     int minimumLinePixels = 100;
 };
 
+// "hh:mm:ss" of a second of the day, as a recording labels its rows.
 QString timeText(int second)
 {
-    const int t = second % 86400;
-    return QStringLiteral("%1:%2:%3")
-        .arg(t / 3600, 2, 10, QLatin1Char('0'))
-        .arg(t / 60 % 60, 2, 10, QLatin1Char('0'))
-        .arg(t % 60, 2, 10, QLatin1Char('0'));
+    return addToTimeLabel(QStringLiteral("00:00:00"), 0, 0, 0, second);
 }
 
 // A recording with words among the readings, so that the line has gaps and some readings
@@ -124,66 +124,57 @@ std::unique_ptr<DataDocument> saveMemory()
     return doc;
 }
 
-SheetContent contentOf(DataDocument& doc, const QString& title)
-{
-    SheetContent content;
-    content.title = title;
-    content.saveMode = ParseDataKind(doc.Tag()) == DataKinds::Save;
-    const int b = content.saveMode ? 0 : 1;
-    content.header[0] = doc.TextMatrix(0, b);
-    content.header[1] = doc.TextMatrix(0, 2);
-    content.header[2] = doc.TextMatrix(0, 3);
-    for (int i = 1; i <= doc.GetDatacount(); ++i)
-        content.rows.push_back({doc.TextMatrix(i, b), doc.TextMatrix(i, 2), doc.TextMatrix(i, 3)});
-    content.stats[0] = doc.GetDispmax(false);
-    content.stats[1] = doc.GetDispmin(false);
-    content.stats[2] = doc.GetDispavg();
-    return content;
-}
+// A forwarding engine on the .xlsx backend, wired as the program wires it; a new workbook is
+// written exactly at `file`.
+struct WiredEngine {
+    Forward engine;
+    XlsxConnector connector;
+
+    WiredEngine(const QString& file, test::ScriptedPrompter& prompter) : connector(settingsFor(engine, file))
+    {
+        engine.setConnector(&connector);
+        engine.setPrompter(&prompter);
+    }
+
+    static XlsxSettings settingsFor(Forward& engine, const QString& file)
+    {
+        XlsxSettings settings;
+        settings.newWorkbookLocation = file;
+        settings.reportFailure = engine.handBackFailureReporter();
+        settings.waitForWrite = engine.handBackWaiter();
+        return settings;
+    }
+};
 
 // Whole-document forwarding of `doc` into `file` (ExcelFile when `into`, otherwise a new
 // workbook written exactly at `file`), as File > Forward runs it.
 void forwardWhole(DataDocument& doc, const QString& file, bool into, const QString& title, test::ScriptedPrompter& prompter)
 {
-    Forward engine;
-    XlsxSettings settings;
-    settings.newWorkbookLocation = file;
-    settings.reportFailure = engine.handBackFailureReporter();
-    settings.waitForWrite = engine.handBackWaiter();
-    XlsxConnector connector(settings);
-    engine.setConnector(&connector);
-    engine.setPrompter(&prompter);
+    WiredEngine wired(file, prompter);
     ProgramState& state = programState();
     state.ExcelFile = into ? file : QString();
     state.ExcelTitle = title;
     state.CurrentDoc = &doc;
-    engine.ForwardToExcel();
+    wired.engine.ForwardToExcel();
     state.CurrentDoc = nullptr;
-    EXPECT_EQ(connector.writtenFiles(), QStringList{file}) << prompter.messageTexts().join(QLatin1Char('\n')).toStdString();
+    EXPECT_EQ(wired.connector.writtenFiles(), QStringList{file}) << prompter.messageTexts().join(QLatin1Char('\n')).toStdString();
 }
 
 // A recording forwarded row by row as it runs, into a new workbook at `file`.
 void forwardRecording(DataDocument& doc, const QString& file, const QString& title, test::ScriptedPrompter& prompter)
 {
-    Forward engine;
-    XlsxSettings settings;
-    settings.newWorkbookLocation = file;
-    settings.reportFailure = engine.handBackFailureReporter();
-    settings.waitForWrite = engine.handBackWaiter();
-    XlsxConnector connector(settings);
-    engine.setConnector(&connector);
-    engine.setPrompter(&prompter);
+    WiredEngine wired(file, prompter);
     ProgramState& state = programState();
     state.ExcelFile.clear();
     state.ExcelTitle = title;
     state.RealtimeDoc = &doc;
     state.NoForward = false;
-    ASSERT_TRUE(engine.BeginRealtimeForward());
+    ASSERT_TRUE(wired.engine.BeginRealtimeForward());
     for (int row = 1; row <= doc.GetDatacount(); ++row)
-        ASSERT_TRUE(engine.AppendRealtimeRow(doc.TextMatrix(row, 1), doc.TextMatrix(row, 2), doc.TextMatrix(row, 3)));
-    engine.EndRealtimeForward();
+        ASSERT_TRUE(wired.engine.AppendRealtimeRow(doc.TextMatrix(row, 1), doc.TextMatrix(row, 2), doc.TextMatrix(row, 3)));
+    wired.engine.EndRealtimeForward();
     state.RealtimeDoc = nullptr;
-    EXPECT_EQ(connector.writtenFiles(), QStringList{file});
+    EXPECT_EQ(wired.connector.writtenFiles(), QStringList{file});
 }
 
 class SpreadsheetProgramTest : public ::testing::Test {
@@ -231,16 +222,22 @@ protected:
             s->kinds[name] = kind;
         };
 
-        // A new workbook.
-        {
+        // A new workbook of `doc`, forwarded whole (or row by row as a recording).
+        const auto addNew = [&](const QString& name, DataDocument& doc, const QString& title, int minimumLinePixels,
+                                bool asRecording) {
             Kind kind;
-            kind.file = s->path(QStringLiteral("new.xlsx"));
+            kind.file = s->path(name + QStringLiteral(".xlsx"));
             kind.newSheet = QStringLiteral("Sheet1");
-            auto doc = recording(60);
-            kind.content = contentOf(*doc, QStringLiteral("Bench supply"));
-            forwardWhole(*doc, kind.file, false, kind.content.title, prompter);
-            s->kinds[QStringLiteral("new")] = kind;
-        }
+            kind.content = contentOf(doc, title);
+            kind.minimumLinePixels = minimumLinePixels;
+            if (asRecording)
+                forwardRecording(doc, kind.file, title, prompter);
+            else
+                forwardWhole(doc, kind.file, false, title, prompter);
+            s->kinds[name] = kind;
+        };
+
+        addNew(QStringLiteral("new"), *recording(60), QStringLiteral("Bench supply"), 100, false);
         // Sheets added to workbooks of three makers.
         const QString openpyxlBase = s->path(QStringLiteral("made-by-openpyxl.xlsx"));
         test::makeWorkbook(QStringLiteral("openpyxl"), openpyxlBase);
@@ -255,44 +252,11 @@ protected:
         addTo(QStringLiteral("into-libreoffice"), s->path(QStringLiteral("saved-by-office/formulas.xlsx")),
               {QStringLiteral("Prices"), QStringLiteral("Notes")}, QStringLiteral("Sheet3"));
         // A recording, a SAVE-mode memory, one row, a full document.
-        {
-            Kind kind;
-            kind.file = s->path(QStringLiteral("realtime.xlsx"));
-            kind.newSheet = QStringLiteral("Sheet1");
-            auto doc = recording(45);
-            kind.content = contentOf(*doc, QStringLiteral("Recorded"));
-            forwardRecording(*doc, kind.file, kind.content.title, prompter);
-            s->kinds[QStringLiteral("realtime")] = kind;
-        }
-        {
-            Kind kind;
-            kind.file = s->path(QStringLiteral("save.xlsx"));
-            kind.newSheet = QStringLiteral("Sheet1");
-            auto doc = saveMemory();
-            kind.content = contentOf(*doc, QStringLiteral("Memory"));
-            kind.minimumLinePixels = 150; // mostly markers: without them only one short line is drawn
-            forwardWhole(*doc, kind.file, false, kind.content.title, prompter);
-            s->kinds[QStringLiteral("save")] = kind;
-        }
-        {
-            Kind kind;
-            kind.file = s->path(QStringLiteral("one-row.xlsx"));
-            kind.newSheet = QStringLiteral("Sheet1");
-            auto doc = recording(1);
-            kind.content = contentOf(*doc, QStringLiteral("One"));
-            kind.minimumLinePixels = 20; // a single marker
-            forwardWhole(*doc, kind.file, false, kind.content.title, prompter);
-            s->kinds[QStringLiteral("one-row")] = kind;
-        }
-        {
-            Kind kind;
-            kind.file = s->path(QStringLiteral("full.xlsx"));
-            kind.newSheet = QStringLiteral("Sheet1");
-            auto doc = fullDocument();
-            kind.content = contentOf(*doc, QStringLiteral("Full document"));
-            forwardWhole(*doc, kind.file, false, kind.content.title, prompter);
-            s->kinds[QStringLiteral("full")] = kind;
-        }
+        addNew(QStringLiteral("realtime"), *recording(45), QStringLiteral("Recorded"), 100, true);
+        // Mostly markers: without them only one short line is drawn.
+        addNew(QStringLiteral("save"), *saveMemory(), QStringLiteral("Memory"), 150, false);
+        addNew(QStringLiteral("one-row"), *recording(1), QStringLiteral("One"), 20, false); // a single marker
+        addNew(QStringLiteral("full"), *fullDocument(), QStringLiteral("Full document"), 100, false);
         if (!prompter.messages.isEmpty()) {
             s->log = prompter.messageTexts().join(QLatin1Char('\n'));
             return;
