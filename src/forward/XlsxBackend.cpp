@@ -547,38 +547,6 @@ public:
     int nextBookNumber() { return ++m_books; }
     const XlsxSettings& settings() const { return m_shared->settings; }
 
-private:
-    // Writes every workbook with something new; reports and then throws the failures.
-    void handBack()
-    {
-        QStringList failures;
-        for (const auto& workbook : m_workbooks) {
-            if (!workbook->hasNewContent())
-                continue;
-            bool written = false;
-            try {
-                written = write(*workbook);
-            } catch (const RuntimeError& error) {
-                failures.append(error.description());
-                // Reported once; the same content is not tried again on release.
-                markWritten(*workbook);
-                if (m_shared->settings.reportFailure)
-                    m_shared->settings.reportFailure(error.description());
-                continue;
-            }
-            if (!written) {
-                markWritten(*workbook); // abandoned by the user: nothing to write on release either
-                continue;
-            }
-            m_shared->written.append(workbook->fullName);
-            if (m_shared->settings.openFile && !xlsx::desktopOpenSuppressed())
-                m_shared->settings.openFile(workbook->fullName);
-        }
-        if (!failures.isEmpty())
-            throw RuntimeError(failures.join(QLatin1Char('\n')));
-    }
-
-public:
     // Writes one workbook: a new file, or the new sheets added to its file. False when the
     // user abandoned the forwarding while it was written (nothing was put in place).
     bool write(WorkbookState& workbook)
@@ -628,6 +596,36 @@ public:
     }
 
 private:
+    // Writes every workbook with something new; reports and then throws the failures.
+    void handBack()
+    {
+        QStringList failures;
+        for (const auto& workbook : m_workbooks) {
+            if (!workbook->hasNewContent())
+                continue;
+            bool written = false;
+            try {
+                written = write(*workbook);
+            } catch (const RuntimeError& error) {
+                failures.append(error.description());
+                // Reported once; the same content is not tried again on release.
+                markWritten(*workbook);
+                if (m_shared->settings.reportFailure)
+                    m_shared->settings.reportFailure(error.description());
+                continue;
+            }
+            if (!written) {
+                markWritten(*workbook); // abandoned by the user: nothing to write on release either
+                continue;
+            }
+            m_shared->written.append(workbook->fullName);
+            if (m_shared->settings.openFile && !xlsx::desktopOpenSuppressed())
+                m_shared->settings.openFile(workbook->fullName);
+        }
+        if (!failures.isEmpty())
+            throw RuntimeError(failures.join(QLatin1Char('\n')));
+    }
+
     static void markWritten(WorkbookState& workbook)
     {
         for (const auto& sheet : workbook.sheets)
