@@ -17,8 +17,9 @@
 // injected connector; the engine does not know which backend is behind them. Each step
 // returns false when a call fails and leaves the call's description in LastError
 // (programState()); the steps that run long let other events run between rows and
-// between workbooks and stop, returning false, as soon as NoForward is set (the Cancel
-// button of the progress dialog, the Stop command of a recording starting up).
+// between workbooks (at most every EventSlice) and stop, returning false, as soon as
+// NoForward is set (the Cancel button of the progress dialog, the Stop command of a
+// recording starting up), which they look at after every row.
 //
 // A whole-document forwarding that is cancelled or fails leaves nothing behind: its new
 // sheet is deleted again (a new workbook is closed without saving) before the application
