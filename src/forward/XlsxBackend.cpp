@@ -17,9 +17,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
 #include <cmath>
-#include <future>
 #include <optional>
+#include <thread>
 #include <vector>
 
 namespace quvo {
@@ -486,26 +487,32 @@ std::optional<Result> writeAside(const XlsxSettings& settings, const std::functi
 {
     if (!settings.waitForWrite || !QCoreApplication::instance())
         return write();
+    std::optional<Result> result;
+    std::exception_ptr failure;
     std::atomic<bool> finished{false};
-    std::future<Result> result = std::async(std::launch::async, [&] {
-        // However it ends, the waiting thread is woken to look again.
-        struct Wake {
-            std::atomic<bool>& finished;
-            ~Wake()
-            {
-                finished = true;
-                QMetaObject::invokeMethod(QCoreApplication::instance(), [] {}, Qt::QueuedConnection);
-            }
-        } wake{finished};
-        return write();
+    std::thread worker([&] {
+        try {
+            result = write();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        finished = true;
+        // The waiting thread is woken to look again.
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [] {}, Qt::QueuedConnection);
     });
     const bool abandoned = settings.waitForWrite([&finished] { return finished.load(); });
-    if (!abandoned)
-        return result.get();
-    try {
-        discard(result.get());
-    } catch (const std::exception&) {
-        // abandoned anyway: a failure of the unwanted write is not the user's concern
+    worker.join();
+    if (!abandoned) {
+        if (failure)
+            std::rethrow_exception(failure);
+        return result;
+    }
+    if (result) {
+        try {
+            discard(*result);
+        } catch (const std::exception&) {
+            // abandoned anyway: a failure of the unwanted write is not the user's concern
+        }
     }
     return std::nullopt;
 }

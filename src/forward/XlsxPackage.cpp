@@ -274,10 +274,17 @@ std::optional<QByteArray> withoutTabSelected(const QByteArray& xml)
             while (p < xml.size() && isNameCharacter(xml[p]))
                 ++p;
             const QByteArray attribute = xml.mid(attributeStart, p - attributeStart);
-            while (p < xml.size() && (std::isspace(static_cast<unsigned char>(xml[p])) || xml[p] == '='))
-                ++p;
-            if (p >= xml.size() || (xml[p] != '"' && xml[p] != '\''))
+            const auto skipBlanks = [&] {
+                while (p < xml.size() && std::isspace(static_cast<unsigned char>(xml[p])))
+                    ++p;
+            };
+            skipBlanks();
+            if (p >= xml.size() || xml[p] != '=')
                 return std::nullopt; // not a tag this reads; left alone
+            ++p;
+            skipBlanks();
+            if (p >= xml.size() || (xml[p] != '"' && xml[p] != '\''))
+                return std::nullopt;
             const char quote = xml[p];
             const qsizetype valueEnd = xml.indexOf(quote, p + 1);
             if (valueEnd < 0)
