@@ -99,6 +99,21 @@ protected:
         return outcomeOf(p);
     }
 
+    // True once a file that was not among `before` has content: the new version of the
+    // workbook being written beside it (not the empty probe that checks the folder takes
+    // new files, which is gone at once).
+    std::function<bool(qint64)> newFileBeingWritten(const QStringList& before) const
+    {
+        const QString folder = m_dir.path();
+        return [folder, before](qint64) {
+            for (const QString& name : test::folderEntries(folder)) {
+                if (!before.contains(name) && QFileInfo(QDir(folder).filePath(name)).size() > 0)
+                    return true;
+            }
+            return false;
+        };
+    }
+
     // A realtime data file of `rows` readings, so that forwarding takes a while. (The
     // program folder is made first, so that only the forwarding changes the folder.)
     QString writeLongFile(int rows)
@@ -248,8 +263,7 @@ TEST_F(ForwardCommandTest, InterruptedWhileTheWorkbookIsWrittenLeavesItAsItWas)
     test::makeWorkbook(QStringLiteral("openpyxl"), book);
     const QByteArray before = sha256Of(book);
     const QStringList entries = test::folderEntries(m_dir.path());
-    const auto writing = [&](qint64) { return test::folderEntries(m_dir.path()).size() > entries.size(); };
-    const Outcome r = runInterrupted({data, QStringLiteral("--into"), book}, SIGINT, writing);
+    const Outcome r = runInterrupted({data, QStringLiteral("--into"), book}, SIGINT, newFileBeingWritten(entries));
     EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
     EXPECT_TRUE(r.err.contains(QStringLiteral("Canceled."))) << r.err.toStdString();
     EXPECT_EQ(sha256Of(book), before);
@@ -261,8 +275,7 @@ TEST_F(ForwardCommandTest, InterruptedNewWorkbookLeavesNoFile)
     const QString data = writeLongFile(32767);
     const QString target = m_dir.filePath(QStringLiteral("new.xlsx"));
     const QStringList entries = test::folderEntries(m_dir.path());
-    const auto writing = [&](qint64) { return test::folderEntries(m_dir.path()).size() > entries.size(); };
-    const Outcome r = runInterrupted({data, QStringLiteral("--xlsx"), target}, SIGINT, writing);
+    const Outcome r = runInterrupted({data, QStringLiteral("--xlsx"), target}, SIGINT, newFileBeingWritten(entries));
     EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
     EXPECT_TRUE(r.err.contains(QStringLiteral("Canceled."))) << r.err.toStdString();
     EXPECT_FALSE(QFileInfo::exists(target));
