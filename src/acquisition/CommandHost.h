@@ -68,6 +68,9 @@ public:
     // The Monitor when it is shown; with createIfNeeded it is shown (and brought forward)
     // first. Null when there is none (a host without a Monitor).
     virtual MonitorSink* monitor(bool createIfNeeded) = 0;
+    // Monitor › Start: the Monitor shown (made when needed) and brought to the front, above
+    // every document, also when it is shown already.
+    virtual MonitorSink* bringMonitorForward() { return monitor(true); }
 
     // A new progress and cancel dialog for a download or a forwarding, not yet shown.
     virtual std::unique_ptr<ProgressView> openProgress() = 0;

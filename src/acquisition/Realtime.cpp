@@ -305,7 +305,7 @@ void Realtime::mnuRealtimeStop()
 
 void Realtime::mnuMoniterStart()
 {
-    m_host.monitor(true);
+    m_host.bringMonitorForward();
     if (m_comm.OpenPort())
         StartMonitor();
 }

@@ -13,6 +13,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QMdiSubWindow>
+#include <QTimer>
 
 namespace quvo {
 
@@ -95,6 +96,23 @@ QWidget* frmMoniter::frame() const
     return const_cast<frmMoniter*>(this);
 }
 
+void frmMoniter::setKeptInView(bool on)
+{
+    m_keptInView = on;
+    QWidget* target = frame();
+    const bool visible = target->isVisible();
+    // Changing a window's flags hides it; it is shown again as it was.
+    if (target->windowFlags().testFlag(Qt::WindowStaysOnTopHint) != on) {
+        target->setWindowFlag(Qt::WindowStaysOnTopHint, on);
+        if (visible)
+            target->show();
+    }
+    if (on && target->isMinimized())
+        target->showNormal();
+    if (on)
+        target->raise();
+}
+
 void frmMoniter::SetData(const QString& answer)
 {
     llValue->setText(MonitorText(answer) + QLatin1Char(' '));
@@ -173,6 +191,14 @@ bool frmMoniter::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == m_watchedFrame && event->type() == QEvent::Move)
         rememberPosition();
+    if (watched == m_watchedFrame && event->type() == QEvent::WindowStateChange && m_keptInView
+        && m_watchedFrame->isMinimized()) {
+        // Not inside the state change itself: the frame finishes it first.
+        QTimer::singleShot(0, this, [this] {
+            if (m_keptInView && m_watchedFrame && m_watchedFrame->isMinimized())
+                m_watchedFrame->showNormal();
+        });
+    }
     return QWidget::eventFilter(watched, event);
 }
 

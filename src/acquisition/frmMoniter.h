@@ -37,6 +37,11 @@ public:
     // The window that is sized and placed: the QMdiSubWindow holding it, or itself.
     QWidget* frame() const;
 
+    // While kept in view (monitor mode) the window stays above the documents and is never
+    // minimised: a minimise is undone at once.
+    void setKeptInView(bool on);
+    bool keptInView() const { return m_keptInView; }
+
 signals:
     // MonitorShown changed: true on load, false on unload.
     void monitorShownChanged(bool shown);
@@ -58,6 +63,7 @@ private:
     QPoint m_position;   // the frame's last position, kept for saving
     bool m_placed = false;
     bool m_unloaded = false;
+    bool m_keptInView = false;
 };
 
 } // namespace quvo

@@ -94,7 +94,7 @@ int Main(int argc, char** argv)
     frmMain mainWindow;
     mainWindow.Load(port);
     if (simulator)
-        mainWindow.setStatusMessage(QStringLiteral("Simulated meter on %1").arg(port));
+        mainWindow.setSimulatorPort(port);
     mainWindow.show();
     mainWindow.showMonitor();
 

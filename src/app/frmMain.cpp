@@ -38,6 +38,9 @@
 #include <QToolBar>
 #include <QUrl>
 
+#include <functional>
+#include <type_traits>
+
 namespace quvo {
 
 namespace {
@@ -157,8 +160,19 @@ void frmMain::buildMenus()
     action(QStringLiteral("mnuViewStatusbar"))->setChecked(true);
     action(QStringLiteral("mnuViewMoniter"))->setCheckable(true);
 
+    // The table of commands: each menu item's procedure, kept by the item's name. The menu
+    // item calls it, and so does a tool-bar button of the same command (runToolbarKey),
+    // directly: a button never goes through its menu item, whose enabled state belongs to
+    // the menus (drop-downs, the running-commands switch) and not to the button.
     const auto on = [this](const char* name, auto handler) {
-        connect(action(QLatin1String(name)), &QAction::triggered, this, handler);
+        const QString item = QLatin1String(name);
+        std::function<void()> procedure;
+        if constexpr (std::is_member_function_pointer_v<decltype(handler)>)
+            procedure = [this, handler] { (this->*handler)(); };
+        else
+            procedure = handler;
+        m_commands.insert(item, procedure);
+        connect(action(item), &QAction::triggered, this, [this, item] { runCommand(item); });
     };
     on("mnuFileOpen", [this] { m_files.FileOpen(); });
     on("mnuFileClose", &frmMain::mnuFileClose);
@@ -221,6 +235,23 @@ void frmMain::buildStatusBar()
     m_msg = new QLabel(this);
     m_msg->setObjectName(QStringLiteral("Msg"));
     statusBar()->addWidget(m_msg, 1);
+    // Which meter this run talks to: kept apart from "Msg", which operations clear and fill.
+    m_portNote = new QLabel(this);
+    m_portNote->setObjectName(QStringLiteral("Port"));
+    statusBar()->addPermanentWidget(m_portNote);
+}
+
+void frmMain::setSimulatorPort(const QString& device)
+{
+    m_simulatorPort = device;
+    updatePortNote();
+}
+
+void frmMain::updatePortNote()
+{
+    const bool simulated = !m_simulatorPort.isEmpty() && coComm.CommPort() == m_simulatorPort;
+    m_portNote->setText(simulated ? QStringLiteral("Simulated meter on %1").arg(m_simulatorPort)
+                                  : QStringLiteral("Port %1").arg(coComm.portName()));
 }
 
 void frmMain::SetMenuCaptions()
@@ -274,6 +305,7 @@ void frmMain::Load(const QString& portOverride)
     ReadSettings();
     m_realtime->setJournalFolder(programFolder());
     coComm.setCommPort(portOverride.isEmpty() ? state.PortNumber : portOverride);
+    updatePortNote();
 
     applyStoredPlacement();
     QString publishingError;
@@ -340,7 +372,12 @@ void frmMain::closeEvent(QCloseEvent* event)
         event->ignore();
         return;
     }
-    // Every child window may refuse (a document with unsaved changes asks).
+    // Every question is answered before anything closes: a Cancel on any of them stops the
+    // whole exit and leaves every window as it was.
+    if (!answerCloseQuestions()) {
+        event->ignore();
+        return;
+    }
     m_mdi->closeAllSubWindows();
     if (!m_mdi->subWindowList().isEmpty()) {
         event->ignore();
@@ -348,6 +385,26 @@ void frmMain::closeEvent(QCloseEvent* event)
     }
     Unload();
     event->accept();
+}
+
+bool frmMain::answerCloseQuestions()
+{
+    QList<DataDocument*> discarded;
+    for (DataDocument* document : openDocuments()) {
+        const auto save = [this, document] { m_files.FileSave(*document); };
+        switch (document->askClose(*m_prompter, save)) {
+        case DataDocument::CloseAnswer::Keep:
+            return false;
+        case DataDocument::CloseAnswer::Discard:
+            discarded.append(document);
+            break;
+        case DataDocument::CloseAnswer::Close:
+            break;
+        }
+    }
+    for (DataDocument* document : std::as_const(discarded))
+        document->discardChanges();
+    return true;
 }
 
 void frmMain::Unload()
@@ -459,11 +516,26 @@ frmMoniter* frmMain::showMonitor()
         addChild(window);
         m_monitor = window;
         onMonitorShownChanged(true);
+        m_monitor->setKeptInView(m_monitoring);
     }
-    if (QWidget* frame = m_monitor->frame())
+    // In front, also over a maximised or minimised document: the area would maximise the
+    // window it activates while a maximised one is active, so it is told not to for the Monitor.
+    auto* frame = qobject_cast<QMdiSubWindow*>(m_monitor->parentWidget());
+    if (frame->isMinimized())
+        frame->showNormal();
+    else
         frame->show();
-    m_mdi->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(m_monitor->parentWidget()));
+    const bool maximiseOnActivation = !m_mdi->testOption(QMdiArea::DontMaximizeSubWindowOnActivation);
+    m_mdi->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, true);
+    m_mdi->setActiveSubWindow(frame);
+    m_mdi->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, !maximiseOnActivation);
+    frame->raise();
     return m_monitor;
+}
+
+MonitorSink* frmMain::bringMonitorForward()
+{
+    return showMonitor();
 }
 
 MonitorSink* frmMain::monitor(bool createIfNeeded)
@@ -527,15 +599,18 @@ void frmMain::onMoniterMenu()
 
 // --- Commands -----------------------------------------------------------------------------------
 
+void frmMain::runCommand(const QString& item)
+{
+    const auto procedure = m_commands.constFind(item);
+    if (procedure != m_commands.cend())
+        (*procedure)();
+}
+
 void frmMain::runToolbarKey(const QString& key)
 {
-    if (!isToolbarKey(key))
-        return;
-    if (key == QLatin1String("Moniter")) {
-        mnuViewMoniter();
-        return;
-    }
-    action(menuItemOfToolbarKey(key))->trigger();
+    // The button's own command, whatever state its menu item was left in.
+    if (isToolbarKey(key))
+        runCommand(menuItemOfToolbarKey(key));
 }
 
 void frmMain::stopButton()
@@ -579,6 +654,7 @@ void frmMain::mnuSetupCommport()
 {
     frmPort dialog(&coComm, this);
     dialog.exec();
+    updatePortNote();
 }
 
 void frmMain::mnuSetupInterval()
@@ -749,6 +825,10 @@ void frmMain::SetMonitorCommands(bool running)
 {
     setRunningCommands(running, menu(QStringLiteral("mnuMoniter")), action(QStringLiteral("mnuMoniterStart")),
                        action(QStringLiteral("mnuMoniterStop")), nullptr);
+    // The View menu is off while monitoring: the readings must stay in view by themselves.
+    m_monitoring = running;
+    if (m_monitor && programState().MonitorShown)
+        m_monitor->setKeptInView(running);
 }
 
 } // namespace quvo

@@ -51,6 +51,10 @@ public:
     // settings file's port for this run) and the stored placement.
     void Load(const QString& portOverride = QString());
 
+    // The run talks to the built-in simulated meter on this device: the status bar says so
+    // while the port is that device.
+    void setSimulatorPort(const QString& device);
+
     // Message boxes and file dialogs (tests put a scripted prompter here).
     void setPrompter(Prompter* prompter);
 
@@ -77,6 +81,8 @@ public:
 
     // The tool-bar dispatch: the command of a tbMain key; an unknown key does nothing.
     void runToolbarKey(const QString& key);
+    // Runs the procedure of a menu item's command ("mnuFileSave"); an unknown name does nothing.
+    void runCommand(const QString& item);
 
     // --- CommandHost ------------------------------------------------------------------------
     Prompter& prompter() override;
@@ -85,6 +91,7 @@ public:
     void disableStopCommands(StopTarget target) override;
     void setStatusMessage(const QString& text) override;
     MonitorSink* monitor(bool createIfNeeded) override;
+    MonitorSink* bringMonitorForward() override;
     std::unique_ptr<ProgressView> openProgress() override;
     DataDocument* newDocument(int kind) override;
     DataDocument* activeDocument() override;
@@ -111,6 +118,7 @@ private:
     void buildStatusBar();
     void SetMenuCaptions();
     void SetToolTips();
+    void updatePortNote();
 
     // What each menu offers when it drops down.
     void onFileMenu();
@@ -139,6 +147,9 @@ private:
 
     void Resize();
     void Unload();
+    // The exit's save questions, one per document with unsaved changes, before anything
+    // closes; false when one of them was cancelled (or its save did not happen).
+    bool answerCloseQuestions();
     Placement currentPlacement() const;
     void applyStoredPlacement();
     void setRunningCommands(bool running, QMenu* operationMenu, QAction* startItem, QAction* stopItem,
@@ -164,11 +175,15 @@ private:
     QToolBar* tbSub = nullptr;
     QLabel* m_msg = nullptr;
     QLabel* m_publishingStatus = nullptr;
+    QLabel* m_portNote = nullptr; // the port of this run, or the simulated meter
     QHash<QString, QMenu*> m_menus;
     QHash<QString, QAction*> m_actions;
+    QHash<QString, std::function<void()>> m_commands; // menu item name -> its procedure
     QPointer<frmMoniter> m_monitor;
     Placement m_normal = DefaultMainPlacement;
     bool m_loaded = false;
+    QString m_simulatorPort; // the simulated meter's device, when this run has one
+    bool m_monitoring = false; // monitor mode runs: the Monitor is kept in view
 };
 
 } // namespace quvo

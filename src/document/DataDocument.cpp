@@ -842,23 +842,35 @@ void DataDocument::setWindowState(int state)
 
 bool DataDocument::queryClose(Prompter& prompter, const std::function<void()>& save)
 {
+    const CloseAnswer answer = askClose(prompter, save);
+    if (answer == CloseAnswer::Discard)
+        discardChanges();
+    return answer != CloseAnswer::Keep;
+}
+
+DataDocument::CloseAnswer DataDocument::askClose(Prompter& prompter, const std::function<void()>& save)
+{
     if (programState().CommState != CommStates::Idle)
-        return false; // refused without a word while a meter operation runs
+        return CloseAnswer::Keep; // refused without a word while a meter operation runs
     if (d->unchanged)
-        return true;
+        return CloseAnswer::Close;
     const PromptAnswer answer = prompter.message(d->caption + QStringLiteral("\r\n") + ResID(Res::SaveChangesQuestion),
                                                  PromptButtons::YesNoCancel, PromptIcon::Exclamation, PromptAnswer::Yes);
     switch (answer) {
     case PromptAnswer::Yes:
         if (save)
             save();
-        return d->unchanged; // still changed: the save failed or was cancelled
+        return d->unchanged ? CloseAnswer::Close : CloseAnswer::Keep; // still changed: the save failed or was cancelled
     case PromptAnswer::No:
-        d->unchanged = true;
-        return true;
+        return CloseAnswer::Discard;
     default:
-        return false;
+        return CloseAnswer::Keep;
     }
+}
+
+void DataDocument::discardChanges()
+{
+    d->unchanged = true;
 }
 
 std::size_t DataDocument::bytesHeld() const

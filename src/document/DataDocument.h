@@ -250,6 +250,16 @@ public:
     // only if the document is unchanged afterwards, No discards, Cancel keeps it open.
     bool queryClose(Prompter& prompter, const std::function<void()>& save);
 
+    // The same question without closing or discarding anything, for a close of several
+    // documents that must not begin before every question has been answered (the program's
+    // exit). Keep: Cancel, a save that failed or was cancelled, or an operation running.
+    // Close: nothing unsaved (any more). Discard: No; the caller calls discardChanges() once
+    // every document has answered.
+    enum class CloseAnswer { Keep, Close, Discard };
+    CloseAnswer askClose(Prompter& prompter, const std::function<void()>& save);
+    // The unsaved changes are given up: the document closes without asking.
+    void discardChanges();
+
     // Bytes held by the readings (capacities of the row buffers), for the memory figures.
     std::size_t bytesHeld() const;
 

@@ -38,6 +38,11 @@ QList<SystemPort> PortSetup::systemPorts()
     return ports;
 }
 
+QString PortSetup::portInUse(const Comm* comm)
+{
+    return comm ? comm->CommPort() : programState().PortNumber;
+}
+
 int PortSetup::initialIndex(const QList<PortEntry>& entries, const QString& portNumber)
 {
     for (int i = 0; i < entries.size(); ++i) {
@@ -58,6 +63,8 @@ QString PortSetup::portFor(const QList<PortEntry>& entries, const QString& text)
 
 void PortSetup::accept(const QString& port, Comm* comm)
 {
+    if (comm && comm->CommPort() == port)
+        return;
     programState().PortNumber = port;
     if (comm)
         comm->setCommPort(port);

@@ -46,8 +46,14 @@ public:
     static QString portFor(const QList<PortEntry>& entries, const QString& text);
 
     // OK: PortNumber := port, and the link's port follows (it is opened only by the next
-    // operation).
+    // operation). OK on the port the link uses already changes nothing: a port given for
+    // this run only (--port, the simulated meter) stays this run's and never becomes
+    // PortNumber, which the settings file keeps.
     static void accept(const QString& port, Comm* comm);
+
+    // The port the dialog opens on: the one this run really uses (the link's), or
+    // PortNumber without a link.
+    static QString portInUse(const Comm* comm);
 };
 
 } // namespace quvo

@@ -1,6 +1,5 @@
 #include "link/frmPort.h"
 
-#include "resources/ProgramState.h"
 #include "resources/ResID.h"
 
 #include <QComboBox>
@@ -47,7 +46,7 @@ frmPort::frmPort(Comm* comm, const QList<SystemPort>& systemPorts, QWidget* pare
     main->addLayout(row);
     main->addLayout(buttons);
 
-    const QString current = programState().PortNumber;
+    const QString current = PortSetup::portInUse(m_comm);
     m_entries = PortSetup::entries(systemPorts, current);
     cbPort->clear();
     for (const PortEntry& e : std::as_const(m_entries))

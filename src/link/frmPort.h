@@ -1,7 +1,8 @@
 #pragma once
-// frmPort: the modal "Communications Port setup" dialog. OK sets PortNumber and the link's
-// port at once (the port is opened only by the next operation; the settings file follows
-// when the program ends). Cancel changes nothing.
+// frmPort: the modal "Communications Port setup" dialog. It opens on the port this run
+// uses. OK on another port sets PortNumber and the link's port at once (the port is opened
+// only by the next operation; the settings file follows when the program ends); OK on the
+// same port and Cancel change nothing.
 
 #include "link/PortSetup.h"
 

@@ -4,19 +4,25 @@
 // meter driven through the menus.
 #include "app/frmMain.h"
 
+#include "acquisition/IntervalRules.h"
 #include "acquisition/Realtime.h"
 #include "acquisition/frmMoniter.h"
+#include "app/MainMenus.h"
 #include "app/Settings.h"
 #include "document/DataDocument.h"
 #include "document/frmData.h"
+#include "link/Comm.h"
 #include "metersim/MeterSimulator.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
 #include "support/ScriptedPrompter.h"
 #include "support/TestHelpers.h"
 
+#include "WindowHand.h"
+
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
 #include <QFile>
 #include <QLabel>
@@ -27,6 +33,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QToolBar>
@@ -54,6 +61,7 @@ protected:
 
     void TearDown() override
     {
+        m_hand.reset();
         programState().CommState = CommStates::Idle;
         if (window) {
             discarding.answers = QList<PromptAnswer>(20, PromptAnswer::No); // leave documents unsaved
@@ -74,7 +82,41 @@ protected:
 
     QAction* item(const char* name) const { return window->action(QLatin1String(name)); }
     QMenu* menu(const char* name) const { return window->menu(QLatin1String(name)); }
-    void dropDown(const char* name) const { emit menu(name)->aboutToShow(); }
+    QToolBar* bar(const char* name) const { return window->findChild<QToolBar*>(QLatin1String(name)); }
+
+    // A person's hand on the window: the menu dropped down from the menu bar and closed
+    // again; an item chosen from its menu; a tool-bar button clicked. True when the item or
+    // button was enabled.
+    void dropDown(const char* name)
+    {
+        ASSERT_TRUE(hand().dropDown(menu(name))) << name;
+        hand().closeMenus();
+    }
+    bool choose(const char* menuName, const char* itemName) { return hand().choose(menu(menuName), item(itemName)); }
+    bool click(const char* key)
+    {
+        QToolBar* tb = bar(QLatin1String(key) == QLatin1String("Stop") ? "tbSub" : "tbMain");
+        return hand().click(tb, item(key));
+    }
+    test::WindowHand& hand()
+    {
+        if (!m_hand)
+            m_hand = std::make_unique<test::WindowHand>(*window);
+        return *m_hand;
+    }
+    // Activates a child window as a click on it would.
+    void activate(QWidget* child)
+    {
+        auto* frame = qobject_cast<QMdiSubWindow*>(child->parentWidget());
+        ASSERT_TRUE(frame);
+        window->mdiArea()->setActiveSubWindow(frame);
+        QApplication::processEvents();
+    }
+    // Waits until the operation under way has ended.
+    bool waitUntilIdle(std::chrono::milliseconds limit = std::chrono::seconds(10))
+    {
+        return test::waitFor([] { return programState().CommState == CommStates::Idle; }, limit);
+    }
 
     // A saved document file of the kind, with some readings.
     QString documentFile(int kind, const QString& name, int readings = 3)
@@ -102,19 +144,25 @@ protected:
     test::ScriptedPrompter prompter;
     test::ScriptedPrompter discarding;
     std::unique_ptr<frmMain> window;
+    std::unique_ptr<test::WindowHand> m_hand;
 };
 
 // Answers the Interval dialog that opens next: an interval of one second, then OK.
 void answerIntervalDialogWithOneSecond()
 {
-    QTimer::singleShot(10, [] {
-        QWidget* dialog = QApplication::activeModalWidget();
-        if (!dialog) {
-            answerIntervalDialogWithOneSecond();
-            return;
-        }
-        dialog->findChild<QLineEdit*>(QStringLiteral("tbIsec"))->setText(QStringLiteral("1"));
-        dialog->findChild<QPushButton*>(QStringLiteral("btOk"))->click();
+    test::whenDialogOpens(QStringLiteral("frmInterval"), [](QWidget* dialog) {
+        test::typeInto(dialog, "tbIsec", QStringLiteral("1"));
+        test::clickButton(dialog, "btOk");
+    });
+}
+
+// Answers the next dialog of that name with a click on one of its buttons; `seen` counts it.
+void answerDialog(const char* name, const char* button, int* seen = nullptr)
+{
+    test::whenDialogOpens(QLatin1String(name), [button, seen](QWidget* dialog) {
+        if (seen)
+            ++*seen;
+        test::clickButton(dialog, button);
     });
 }
 
@@ -312,9 +360,9 @@ TEST_F(MainWindowTest, DocumentButtonsFollowTheActiveDocument)
 TEST_F(MainWindowTest, TheStopButtonWhileIdleRunsTheMonitorStop)
 {
     load();
-    window->findChild<QToolBar*>(QStringLiteral("tbSub"))->show();
+    bar("tbSub")->show();
     item("Stop")->setEnabled(true);
-    item("Stop")->trigger();
+    ASSERT_TRUE(click("Stop"));
     EXPECT_TRUE(programState().StopRequested);
     EXPECT_FALSE(menu("mnuMoniter")->menuAction()->isEnabled());
     EXPECT_TRUE(menu("mnuRealtime")->menuAction()->isEnabled());
@@ -329,8 +377,9 @@ TEST_F(MainWindowTest, TheStopButtonDuringARecordingRunsTheRealtimeStop)
         menu("mnuRealtime")->menuAction()->setEnabled(true);
         menu("mnuMoniter")->menuAction()->setEnabled(true);
         programState().CommState = state;
+        bar("tbSub")->show();
         item("Stop")->setEnabled(true);
-        item("Stop")->trigger();
+        ASSERT_TRUE(click("Stop")) << state;
         EXPECT_FALSE(menu("mnuRealtime")->menuAction()->isEnabled()) << state;
         EXPECT_TRUE(menu("mnuMoniter")->menuAction()->isEnabled()) << state;
         // In the forwarding start (2) the stop abandons the forwarding; otherwise it asks
@@ -377,7 +426,7 @@ TEST_F(MainWindowTest, RunningCommandsSwapTheToolBarsAndLockTheOtherMenus)
 TEST_F(MainWindowTest, WithTheToolBarSwitchedOffRunningCommandsLeaveBothBarsHidden)
 {
     load();
-    item("mnuViewToolbar")->trigger();
+    ASSERT_TRUE(choose("mnuView", "mnuViewToolbar"));
     auto* tbMain = window->findChild<QToolBar*>(QStringLiteral("tbMain"));
     auto* tbSub = window->findChild<QToolBar*>(QStringLiteral("tbSub"));
     EXPECT_FALSE(tbMain->isVisible());
@@ -392,15 +441,16 @@ TEST_F(MainWindowTest, WithTheToolBarSwitchedOffRunningCommandsLeaveBothBarsHidd
 TEST_F(MainWindowTest, ViewTogglesFlipTheirBarAndCheckMark)
 {
     load();
-    item("mnuViewStatusbar")->trigger();
+    ASSERT_TRUE(choose("mnuView", "mnuViewStatusbar"));
     EXPECT_FALSE(window->statusBar()->isVisible());
     EXPECT_FALSE(item("mnuViewStatusbar")->isChecked());
-    item("mnuViewStatusbar")->trigger();
+    ASSERT_TRUE(choose("mnuView", "mnuViewStatusbar"));
     EXPECT_TRUE(window->statusBar()->isVisible());
     EXPECT_TRUE(item("mnuViewStatusbar")->isChecked());
     // The tool-bar toggle concerns tbMain only.
-    item("mnuViewToolbar")->trigger();
-    item("mnuViewToolbar")->trigger();
+    ASSERT_TRUE(choose("mnuView", "mnuViewToolbar"));
+    EXPECT_FALSE(bar("tbMain")->isVisible());
+    ASSERT_TRUE(choose("mnuView", "mnuViewToolbar"));
     EXPECT_TRUE(window->findChild<QToolBar*>(QStringLiteral("tbMain"))->isVisible());
     EXPECT_TRUE(item("mnuViewToolbar")->isChecked());
 }
@@ -409,12 +459,12 @@ TEST_F(MainWindowTest, TheMonitorItemAndButtonMirrorTheMonitorWindow)
 {
     load();
     EXPECT_FALSE(item("mnuViewMoniter")->isChecked());
-    item("mnuViewMoniter")->trigger();
+    ASSERT_TRUE(choose("mnuView", "mnuViewMoniter"));
     EXPECT_TRUE(programState().MonitorShown);
     EXPECT_TRUE(item("mnuViewMoniter")->isChecked());
     EXPECT_TRUE(item("Moniter")->isChecked());
 
-    window->runToolbarKey(QStringLiteral("Moniter"));
+    ASSERT_TRUE(click("Moniter"));
     ASSERT_TRUE(test::waitFor([] { return !programState().MonitorShown; }));
     EXPECT_FALSE(item("mnuViewMoniter")->isChecked());
     EXPECT_FALSE(item("Moniter")->isChecked());
@@ -422,7 +472,7 @@ TEST_F(MainWindowTest, TheMonitorItemAndButtonMirrorTheMonitorWindow)
     // While an operation runs the Monitor cannot be closed, and the mark stays.
     window->showMonitor();
     programState().CommState = CommStates::Monitor;
-    item("mnuViewMoniter")->trigger();
+    ASSERT_TRUE(choose("mnuView", "mnuViewMoniter"));
     QApplication::processEvents();
     EXPECT_TRUE(programState().MonitorShown);
     EXPECT_TRUE(item("mnuViewMoniter")->isChecked());
@@ -432,7 +482,7 @@ TEST_F(MainWindowTest, TheMonitorItemAndButtonMirrorTheMonitorWindow)
 TEST_F(MainWindowTest, ToolBarKeysRunTheirMenuCommands)
 {
     load();
-    window->runToolbarKey(QStringLiteral("Open"));
+    ASSERT_TRUE(click("Open"));
     EXPECT_EQ(prompter.fileRequests.size(), 1);
     window->runToolbarKey(QStringLiteral("Unknown"));
     window->runToolbarKey(QStringLiteral("Stop")); // not a tbMain key
@@ -445,8 +495,8 @@ TEST_F(MainWindowTest, OpeningAFileAlreadyShownDoesNothing)
     load();
     const QString path = documentFile(DataKinds::Realtime, QStringLiteral("twice.csv"));
     prompter.fileNames = {path, path};
-    item("mnuFileOpen")->trigger();
-    item("mnuFileOpen")->trigger();
+    ASSERT_TRUE(choose("mnuFile", "mnuFileOpen"));
+    ASSERT_TRUE(click("Open"));
     EXPECT_EQ(window->openDocuments().size(), 1);
     EXPECT_TRUE(prompter.messages.isEmpty());
 }
@@ -587,16 +637,14 @@ TEST_F(MainWindowTest, ARecordingStartedFromTheMenusRecordsUntilStop)
 
     // Realtime › New: the Interval dialog is answered with an interval of one second.
     answerIntervalDialogWithOneSecond();
-    item("mnuRealtimeNew")->trigger();
+    ASSERT_TRUE(choose("mnuRealtime", "mnuRealtimeNew"));
     DataDocument* document = window->activeDocument();
     ASSERT_TRUE(document);
     EXPECT_EQ(document->GetIntervalcount(), 1);
 
     // Realtime › Start: no forwarding.
     prompter.answers = {PromptAnswer::No};
-    dropDown("mnuRealtime");
-    ASSERT_TRUE(item("mnuRealtimeStart")->isEnabled());
-    item("mnuRealtimeStart")->trigger();
+    ASSERT_TRUE(choose("mnuRealtime", "mnuRealtimeStart"));
     EXPECT_EQ(programState().CommState, CommStates::Realtime);
     ASSERT_EQ(prompter.messages.size(), 1);
     EXPECT_EQ(prompter.messages.first().text, AskForwardRealtime);
@@ -605,8 +653,8 @@ TEST_F(MainWindowTest, ARecordingStartedFromTheMenusRecordsUntilStop)
     ASSERT_TRUE(test::waitFor([&] { return document->GetDatacount() >= 3; }, std::chrono::seconds(15)));
     EXPECT_FALSE(window->close()); // refused while recording
 
-    item("Stop")->trigger();
-    ASSERT_TRUE(test::waitFor([] { return programState().CommState == CommStates::Idle; }, std::chrono::seconds(10)));
+    ASSERT_TRUE(click("Stop"));
+    ASSERT_TRUE(waitUntilIdle());
     EXPECT_FALSE(window->link().PortOpen());
     EXPECT_TRUE(window->findChild<QToolBar*>(QStringLiteral("tbMain"))->isVisible());
     EXPECT_EQ(meter.commandLog().last(), Commands::RemoteOff);
@@ -638,7 +686,7 @@ TEST_F(MainWindowTest, ADownloadFromTheMenusFillsANewDocument)
     ASSERT_TRUE(meter.start(&error)) << error.toStdString();
     load(meter.devicePath());
     prompter.answers = {PromptAnswer::No};
-    item("mnuDataLoging")->trigger();
+    ASSERT_TRUE(choose("mnuData", "mnuDataLoging"));
     EXPECT_EQ(programState().CommState, CommStates::Idle);
     DataDocument* document = window->activeDocument();
     ASSERT_TRUE(document);
@@ -649,4 +697,415 @@ TEST_F(MainWindowTest, ADownloadFromTheMenusFillsANewDocument)
     EXPECT_EQ(document->TextMatrix(1, 1), QStringLiteral("00:00:00"));
     EXPECT_EQ(prompter.messages.size(), 1); // only the forwarding question
     EXPECT_FALSE(window->link().PortOpen());
+}
+
+// --- Every enabled button works, whatever the menus were left at ----------------------------------
+
+namespace {
+
+// A simulated meter for one test, with its device.
+struct Meter {
+    explicit Meter(sim::SimulatorOptions options = {}) : thread(std::move(options))
+    {
+        QString error;
+        started = thread.start(&error);
+        EXPECT_TRUE(started) << error.toStdString();
+    }
+    sim::SimulatorThread thread;
+    bool started = false;
+};
+
+} // namespace
+
+TEST_F(MainWindowTest, EveryButtonRunsItsCommandWhateverTheStateOfItsMenuItem)
+{
+    load(QStringLiteral("/dev/quvolink-no-such-port"));
+    window->link().setAnswerTimeoutMs(200);
+    const QString realtimeFile = documentFile(DataKinds::Realtime, QStringLiteral("buttons.csv"));
+    DataDocument* document = open(realtimeFile);
+    ASSERT_TRUE(document);
+    ASSERT_TRUE(test::waitFor([&] { return item("Start")->isEnabled(); }));
+    const auto disableMenuItem = [&](const char* key) {
+        item(qPrintable(menuItemOfToolbarKey(QLatin1String(key))))->setEnabled(false);
+    };
+
+    // Open: the file dialog.
+    disableMenuItem("Open");
+    ASSERT_TRUE(click("Open"));
+    EXPECT_EQ(prompter.fileRequests.size(), 1);
+
+    // Save: the document is written to its file again.
+    disableMenuItem("Save");
+    QFile::remove(realtimeFile);
+    ASSERT_TRUE(click("Save"));
+    EXPECT_TRUE(QFile::exists(realtimeFile));
+
+    // Forward: the Forward dialog.
+    disableMenuItem("Forward");
+    int forwardDialogs = 0;
+    answerDialog("frmForward", "btCancel", &forwardDialogs);
+    ASSERT_TRUE(click("Forward"));
+    EXPECT_EQ(forwardDialogs, 1);
+
+    // Start: the forwarding question (Cancel: nothing starts).
+    disableMenuItem("Start");
+    prompter.answers = {PromptAnswer::Cancel};
+    ASSERT_TRUE(click("Start"));
+    ASSERT_EQ(prompter.messages.size(), 1);
+    EXPECT_EQ(prompter.messages.last().text, AskForwardRealtime);
+
+    // Ldata and Sdata: the forwarding question of a download (Cancel).
+    for (const char* key : {"Ldata", "Sdata"}) {
+        disableMenuItem(key);
+        prompter.answers = {PromptAnswer::Cancel};
+        const qsizetype before = prompter.messages.size();
+        ASSERT_TRUE(click(key)) << key;
+        ASSERT_EQ(prompter.messages.size(), before + 1) << key;
+        EXPECT_EQ(prompter.messages.last().text, AskForwardDownload) << key;
+    }
+
+    // Interval and Graph: their dialogs.
+    disableMenuItem("Interval");
+    int intervalDialogs = 0;
+    answerDialog("frmInterval", "btCancel", &intervalDialogs);
+    ASSERT_TRUE(click("Interval"));
+    EXPECT_EQ(intervalDialogs, 1);
+    disableMenuItem("Graph");
+    int graphDialogs = 0;
+    answerDialog("frmSetting", "btCancel", &graphDialogs);
+    ASSERT_TRUE(click("Graph"));
+    EXPECT_EQ(graphDialogs, 1);
+
+    // Moniter: the Monitor window shown.
+    disableMenuItem("Moniter");
+    ASSERT_TRUE(click("Moniter"));
+    EXPECT_TRUE(programState().MonitorShown);
+
+    // Mstart: monitor mode starts (here on a port that does not exist: its message).
+    disableMenuItem("Mstart");
+    const qsizetype before = prompter.messages.size();
+    ASSERT_TRUE(click("Mstart"));
+    EXPECT_EQ(prompter.messages.size(), before + 1);
+
+    // New: a new realtime document with its Interval dialog.
+    disableMenuItem("New");
+    answerDialog("frmInterval", "btCancel", &intervalDialogs);
+    const qsizetype documents = window->openDocuments().size();
+    ASSERT_TRUE(click("New"));
+    EXPECT_EQ(window->openDocuments().size(), documents + 1);
+    EXPECT_EQ(intervalDialogs, 2);
+}
+
+TEST_F(MainWindowTest, AfterAMonitorSessionTheMonitorStartButtonStartsItAgain)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    for (int session = 1; session <= 2; ++session) {
+        ASSERT_TRUE(click("Mstart")) << session;
+        ASSERT_EQ(programState().CommState, CommStates::Monitor) << session;
+        EXPECT_TRUE(bar("tbSub")->isVisible());
+        auto* value = window->monitorWindow()->findChild<QLabel*>(QStringLiteral("llValue"));
+        ASSERT_TRUE(test::waitFor([&] { return value->text().endsWith(QStringLiteral("VDC ")); })) << session;
+        ASSERT_TRUE(click("Stop")) << session;
+        ASSERT_TRUE(waitUntilIdle()) << session;
+        EXPECT_TRUE(bar("tbMain")->isVisible());
+        value->clear();
+    }
+}
+
+TEST_F(MainWindowTest, AfterARecordingStopsNewAndStartWork)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+
+    answerIntervalDialogWithOneSecond();
+    ASSERT_TRUE(click("New"));
+    DataDocument* first = window->activeDocument();
+    ASSERT_TRUE(first);
+    prompter.answers = {PromptAnswer::No};
+    ASSERT_TRUE(click("Start"));
+    ASSERT_EQ(programState().CommState, CommStates::Realtime);
+    ASSERT_TRUE(test::waitFor([&] { return first->GetDatacount() >= 1; }, std::chrono::seconds(15)));
+    ASSERT_TRUE(click("Stop"));
+    ASSERT_TRUE(waitUntilIdle());
+
+    // New: a second document; Start on it: a second recording.
+    answerIntervalDialogWithOneSecond();
+    ASSERT_TRUE(click("New"));
+    DataDocument* second = window->activeDocument();
+    ASSERT_TRUE(second);
+    EXPECT_NE(second, first);
+    prompter.answers = {PromptAnswer::No};
+    ASSERT_TRUE(click("Start"));
+    ASSERT_EQ(programState().CommState, CommStates::Realtime);
+    ASSERT_TRUE(test::waitFor([&] { return second->GetDatacount() >= 1; }, std::chrono::seconds(15)));
+    ASSERT_TRUE(click("Stop"));
+    ASSERT_TRUE(waitUntilIdle());
+}
+
+TEST_F(MainWindowTest, StartWorksAfterTheRealtimeMenuWasOpenedOnTheMonitor)
+{
+    load();
+    DataDocument* document = open(documentFile(DataKinds::Realtime, QStringLiteral("realtime.csv")));
+    activate(window->showMonitor());
+    dropDown("mnuRealtime"); // on the Monitor: Start is not offered
+    EXPECT_FALSE(item("mnuRealtimeStart")->isEnabled());
+    activate(window->windowOf(document));
+    ASSERT_TRUE(test::waitFor([&] { return item("Start")->isEnabled(); }));
+    prompter.answers = {PromptAnswer::Cancel};
+    ASSERT_TRUE(click("Start"));
+    ASSERT_EQ(prompter.messages.size(), 1);
+    EXPECT_EQ(prompter.messages.first().text, AskForwardRealtime);
+}
+
+TEST_F(MainWindowTest, SaveAndForwardWorkAfterTheFileMenuWasOpenedOnTheMonitor)
+{
+    load();
+    DataDocument* document = window->newDocument(DataKinds::Realtime);
+    document->AddGridrow();
+    document->AddRealtimedata(QStringLiteral("10:00:00"), QStringLiteral("1.5"), QStringLiteral("VDC"), true,
+                              QStringLiteral("1.5"));
+    activate(window->showMonitor());
+    dropDown("mnuFile"); // on the Monitor: Open and Exit only
+    EXPECT_FALSE(item("mnuFileSave")->isEnabled());
+    EXPECT_FALSE(item("mnuFileForward")->isEnabled());
+    activate(window->windowOf(document));
+    ASSERT_TRUE(test::waitFor([&] { return item("Save")->isEnabled(); }));
+
+    // Save on a document without a file: the Save As dialog, here answered with a name.
+    const QString path = home.filePath(QStringLiteral("saved.CSV"));
+    prompter.fileNames = {path};
+    ASSERT_TRUE(click("Save"));
+    ASSERT_EQ(prompter.fileRequests.size(), 1);
+    EXPECT_EQ(prompter.fileRequests.first().mode, FileDialogRequest::Mode::Save);
+    EXPECT_TRUE(QFile::exists(path));
+
+    int forwardDialogs = 0;
+    answerDialog("frmForward", "btCancel", &forwardDialogs);
+    ASSERT_TRUE(click("Forward"));
+    EXPECT_EQ(forwardDialogs, 1);
+}
+
+TEST_F(MainWindowTest, GraphOnALoggingDocumentWorksAfterTheSettingsMenuDroppedDownOnIt)
+{
+    load();
+    open(documentFile(DataKinds::Logging, QStringLiteral("logging.csv")));
+    dropDown("mnuSetup"); // Graph is not offered in the menu for this kind
+    EXPECT_FALSE(item("mnuSetupGraph")->isEnabled());
+    ASSERT_TRUE(item("Graph")->isEnabled()); // the button is
+    int graphDialogs = 0;
+    answerDialog("frmSetting", "btCancel", &graphDialogs);
+    ASSERT_TRUE(click("Graph"));
+    EXPECT_EQ(graphDialogs, 1);
+}
+
+// --- Monitor › Start brings the readings into view ------------------------------------------------
+
+namespace {
+
+QMdiSubWindow* frameOf(QWidget* child)
+{
+    return qobject_cast<QMdiSubWindow*>(child->parentWidget());
+}
+
+// True when the child's frame is shown, not minimised, and no other child window lies over it.
+bool inView(QMdiArea* area, QWidget* child)
+{
+    QMdiSubWindow* frame = frameOf(child);
+    if (!frame || !frame->isVisible() || frame->isMinimized())
+        return false;
+    const QList<QMdiSubWindow*> stack = area->subWindowList(QMdiArea::StackingOrder);
+    for (qsizetype i = stack.indexOf(frame) + 1; i < stack.size(); ++i) {
+        if (stack[i]->isVisible() && !stack[i]->isMinimized() && stack[i]->geometry().intersects(frame->geometry()))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+TEST_F(MainWindowTest, MonitorStartBringsTheMonitorToTheFrontOverAMaximisedDocument)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    frmMoniter* monitor = window->showMonitor();
+    DataDocument* document = open(documentFile(DataKinds::Realtime, QStringLiteral("big.csv")));
+    frameOf(window->windowOf(document))->showMaximized();
+    QApplication::processEvents();
+    ASSERT_FALSE(inView(window->mdiArea(), monitor));
+
+    ASSERT_TRUE(choose("mnuMoniter", "mnuMoniterStart"));
+    ASSERT_EQ(programState().CommState, CommStates::Monitor);
+    EXPECT_TRUE(inView(window->mdiArea(), monitor));
+    EXPECT_EQ(window->mdiArea()->activeSubWindow(), frameOf(monitor));
+    // The document keeps its maximised state behind the Monitor; the Monitor is not maximised.
+    EXPECT_TRUE(frameOf(window->windowOf(document))->isMaximized());
+    EXPECT_FALSE(frameOf(monitor)->isMaximized());
+
+    // While monitoring, the readings stay in view: a document activated and maximised does
+    // not cover them, and a minimise of the Monitor is undone.
+    activate(window->windowOf(document));
+    frameOf(window->windowOf(document))->showMaximized();
+    QApplication::processEvents();
+    EXPECT_TRUE(inView(window->mdiArea(), monitor));
+    frameOf(monitor)->showMinimized();
+    ASSERT_TRUE(test::waitFor([&] { return inView(window->mdiArea(), monitor); }));
+
+    ASSERT_TRUE(click("Stop"));
+    ASSERT_TRUE(waitUntilIdle());
+    // After monitoring, the Monitor is an ordinary window again.
+    activate(window->windowOf(document));
+    frameOf(window->windowOf(document))->showMaximized();
+    QApplication::processEvents();
+    EXPECT_FALSE(inView(window->mdiArea(), monitor));
+}
+
+TEST_F(MainWindowTest, MonitorStartBringsAMinimisedMonitorBack)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    frmMoniter* monitor = window->showMonitor();
+    open(documentFile(DataKinds::Logging, QStringLiteral("logging.csv")));
+    frameOf(monitor)->showMinimized();
+    QApplication::processEvents();
+    ASSERT_FALSE(inView(window->mdiArea(), monitor));
+
+    ASSERT_TRUE(click("Mstart"));
+    ASSERT_EQ(programState().CommState, CommStates::Monitor);
+    EXPECT_TRUE(inView(window->mdiArea(), monitor));
+    ASSERT_TRUE(click("Stop"));
+    ASSERT_TRUE(waitUntilIdle());
+}
+
+// --- Exit with unsaved documents ---------------------------------------------------------------------
+
+namespace {
+
+DataDocument* unsavedDocument(frmMain& window)
+{
+    DataDocument* document = window.newDocument(DataKinds::Realtime);
+    document->AddGridrow();
+    document->AddRealtimedata(QStringLiteral("10:00:00"), QStringLiteral("1"), QStringLiteral("VDC"), true,
+                              QStringLiteral("1"));
+    return document;
+}
+
+} // namespace
+
+TEST_F(MainWindowTest, ACancelOnTheFirstSaveQuestionStopsTheExitBeforeAnythingCloses)
+{
+    load();
+    window->showMonitor();
+    DataDocument* first = unsavedDocument(*window);
+    DataDocument* second = unsavedDocument(*window);
+    prompter.answers = {PromptAnswer::Cancel};
+    ASSERT_TRUE(choose("mnuFile", "mnuFileExit"));
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_EQ(prompter.messages.size(), 1); // the second document is not asked about
+    EXPECT_EQ(window->openDocuments(), (QList<DataDocument*>{first, second}));
+    EXPECT_TRUE(programState().MonitorShown);
+    ASSERT_TRUE(window->monitorWindow());
+    EXPECT_TRUE(window->monitorWindow()->isVisible());
+    EXPECT_FALSE(first->isUnchanged());
+    EXPECT_FALSE(second->isUnchanged());
+}
+
+TEST_F(MainWindowTest, ACancelOnALaterSaveQuestionLeavesEveryWindowAsItWas)
+{
+    load();
+    window->showMonitor();
+    DataDocument* first = unsavedDocument(*window);
+    DataDocument* second = unsavedDocument(*window);
+    prompter.answers = {PromptAnswer::No, PromptAnswer::Cancel};
+    ASSERT_TRUE(choose("mnuFile", "mnuFileExit"));
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_EQ(prompter.messages.size(), 2);
+    EXPECT_EQ(window->openDocuments(), (QList<DataDocument*>{first, second}));
+    ASSERT_TRUE(window->monitorWindow());
+    EXPECT_TRUE(window->monitorWindow()->isVisible());
+    // "No" for the first document counts only for an exit that happens: it is still unsaved,
+    // and closing it later asks again.
+    EXPECT_FALSE(first->isUnchanged());
+
+    // Answered No twice, the exit goes through, with no further question.
+    prompter.messages.clear();
+    prompter.answers = {PromptAnswer::No, PromptAnswer::No};
+    ASSERT_TRUE(choose("mnuFile", "mnuFileExit"));
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_EQ(prompter.messages.size(), 2);
+}
+
+// --- The port of this run ------------------------------------------------------------------------------
+
+TEST_F(MainWindowTest, ThePortDialogShowsThePortOfThisRunAndOkKeepsIt)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    window->setSimulatorPort(meter.thread.devicePath());
+    QString shown;
+    test::whenDialogOpens(QStringLiteral("frmPort"), [&shown](QWidget* dialog) {
+        shown = dialog->findChild<QComboBox*>(QStringLiteral("cbPort"))->currentText();
+        test::clickButton(dialog, "btOk");
+    });
+    ASSERT_TRUE(choose("mnuSetup", "mnuSetupCommport"));
+    EXPECT_EQ(shown, meter.thread.devicePath());
+    EXPECT_EQ(window->link().CommPort(), meter.thread.devicePath());
+    EXPECT_EQ(programState().PortNumber, QStringLiteral("1")); // the settings file's port is untouched
+    EXPECT_EQ(window->findChild<QLabel*>(QStringLiteral("Port"))->text(),
+              QStringLiteral("Simulated meter on %1").arg(meter.thread.devicePath()));
+
+    // Readings still come from the simulated meter.
+    ASSERT_TRUE(click("Mstart"));
+    auto* value = window->monitorWindow()->findChild<QLabel*>(QStringLiteral("llValue"));
+    ASSERT_TRUE(test::waitFor([&] { return value->text().endsWith(QStringLiteral("VDC ")); }));
+    ASSERT_TRUE(click("Stop"));
+    ASSERT_TRUE(waitUntilIdle());
+
+    // Another port chosen: the run moves there, and the note says so.
+    test::whenDialogOpens(QStringLiteral("frmPort"), [](QWidget* dialog) {
+        auto* list = dialog->findChild<QComboBox*>(QStringLiteral("cbPort"));
+        list->setCurrentIndex(2);
+        test::clickButton(dialog, "btOk");
+    });
+    ASSERT_TRUE(choose("mnuSetup", "mnuSetupCommport"));
+    EXPECT_EQ(programState().PortNumber, QStringLiteral("3"));
+    EXPECT_EQ(window->link().CommPort(), QStringLiteral("3"));
+    EXPECT_EQ(window->findChild<QLabel*>(QStringLiteral("Port"))->text(),
+              QStringLiteral("Port %1").arg(Comm::portNameFor(QStringLiteral("3"))));
+}
+
+TEST_F(MainWindowTest, ThePortNoteStaysThroughARecording)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    window->setSimulatorPort(meter.thread.devicePath());
+    auto* note = window->findChild<QLabel*>(QStringLiteral("Port"));
+    const QString simulated = QStringLiteral("Simulated meter on %1").arg(meter.thread.devicePath());
+    EXPECT_EQ(note->text(), simulated);
+    EXPECT_TRUE(note->isVisible());
+
+    answerIntervalDialogWithOneSecond();
+    ASSERT_TRUE(choose("mnuRealtime", "mnuRealtimeNew"));
+    DataDocument* document = window->activeDocument();
+    prompter.answers = {PromptAnswer::No};
+    ASSERT_TRUE(choose("mnuRealtime", "mnuRealtimeStart"));
+    ASSERT_TRUE(test::waitFor([&] { return document->GetDatacount() >= 1; }, std::chrono::seconds(15)));
+    EXPECT_EQ(note->text(), simulated);
+    EXPECT_TRUE(note->isVisible());
+    ASSERT_TRUE(choose("mnuRealtime", "mnuRealtimeStop"));
+    ASSERT_TRUE(waitUntilIdle());
+    EXPECT_EQ(note->text(), simulated);
+    EXPECT_TRUE(note->isVisible());
+}
+
+TEST_F(MainWindowTest, WithoutASimulatorTheNoteNamesThePort)
+{
+    load(QStringLiteral("/dev/ttyUSB7"));
+    EXPECT_EQ(window->findChild<QLabel*>(QStringLiteral("Port"))->text(), QStringLiteral("Port /dev/ttyUSB7"));
 }

@@ -47,6 +47,7 @@ TEST_F(PortDialogTest, CaptionsAndTheSixteenNumbers)
 TEST_F(PortDialogTest, PortFiveOpensWithFiveSelected)
 {
     programState().PortNumber = QStringLiteral("5");
+    comm.setCommPort(QStringLiteral("5"));
     open();
     EXPECT_EQ(list()->currentIndex(), 4);
     EXPECT_EQ(list()->currentText(), QStringLiteral("5"));
@@ -64,6 +65,19 @@ TEST_F(PortDialogTest, PortSeventeenOpensWithOneSelectedAndOkStoresOne)
     EXPECT_EQ(comm.CommPort(), QStringLiteral("1"));
     EXPECT_FALSE(dialog->isVisible());
     EXPECT_EQ(dialog->result(), QDialog::Accepted);
+}
+
+TEST_F(PortDialogTest, ItOpensOnThePortOfThisRunAndOkOnItChangesNothing)
+{
+    // A run on a device given for the run only (--port, the simulated meter).
+    programState().PortNumber = QStringLiteral("2");
+    comm.setCommPort(QStringLiteral("/dev/pts/7"));
+    open();
+    EXPECT_EQ(list()->currentText(), QStringLiteral("/dev/pts/7"));
+    click("btOk");
+    EXPECT_EQ(dialog->result(), QDialog::Accepted);
+    EXPECT_EQ(comm.CommPort(), QStringLiteral("/dev/pts/7"));
+    EXPECT_EQ(programState().PortNumber, QStringLiteral("2")); // what the settings file keeps
 }
 
 TEST_F(PortDialogTest, CancelLeavesThePortAlone)
@@ -111,6 +125,7 @@ TEST_F(PortDialogTest, ATypedDevicePathIsAccepted)
 TEST_F(PortDialogTest, ASavedDeviceNameIsKeptSelected)
 {
     programState().PortNumber = QStringLiteral("/dev/pts/4");
+    comm.setCommPort(QStringLiteral("/dev/pts/4")); // as the program's load sets it
     open();
     EXPECT_EQ(list()->currentText(), QStringLiteral("/dev/pts/4"));
     click("btOk");

@@ -72,3 +72,15 @@ TEST_F(PortSetupTest, AcceptSetsThePortNumberAndTheLinksPort)
     PortSetup::accept(QStringLiteral("/dev/pts/9"), &comm);
     EXPECT_EQ(comm.portName(), QStringLiteral("/dev/pts/9"));
 }
+
+TEST_F(PortSetupTest, AcceptingThePortInUseChangesNothing)
+{
+    Comm comm;
+    comm.setCommPort(QStringLiteral("/dev/pts/9")); // given for this run
+    programState().PortNumber = QStringLiteral("4");
+    EXPECT_EQ(PortSetup::portInUse(&comm), QStringLiteral("/dev/pts/9"));
+    PortSetup::accept(QStringLiteral("/dev/pts/9"), &comm);
+    EXPECT_EQ(programState().PortNumber, QStringLiteral("4"));
+    EXPECT_EQ(comm.CommPort(), QStringLiteral("/dev/pts/9"));
+    EXPECT_EQ(PortSetup::portInUse(nullptr), QStringLiteral("4"));
+}
