@@ -18,9 +18,13 @@ bool IntervalSetup::intervalEditable(const DataDocument& document)
     return document.GetDatacount() <= 0;
 }
 
-bool IntervalSetup::accept(DataDocument& document, Prompter& prompter)
+bool IntervalSetup::accept(DataDocument& document, Prompter& prompter,
+                           const std::function<void(const IntervalSetupFields&)>& showCorrected)
 {
-    if (!CheckIntervalAndPeriod(fields.interval, !fields.periodNone, fields.period)) {
+    const bool valid = CheckIntervalAndPeriod(fields.interval, !fields.periodNone, fields.period);
+    if (showCorrected)
+        showCorrected(fields);
+    if (!valid) {
         prompter.warn(IntervalRangeMessage());
         return false;
     }

@@ -7,6 +7,8 @@
 
 #include <QString>
 
+#include <functional>
+
 namespace quvo {
 
 class Prompter;
@@ -28,10 +30,13 @@ public:
     // The interval of a document that holds readings cannot change.
     static bool intervalEditable(const DataDocument& document);
 
-    // Checks and corrects; on a correction shows the message (false, nothing stored);
-    // otherwise stores the interval and the period (the period texts as typed, also with
-    // no period) and returns true.
-    bool accept(DataDocument& document, Prompter& prompter);
+    // Checks and corrects, then hands the corrected fields to showCorrected (the dialog
+    // writes them back into its boxes) before anything else happens; on a correction shows
+    // the message (false, nothing stored), so the person reads it beside the corrected
+    // values; otherwise stores the interval and the period (the period texts as typed, also
+    // with no period) and returns true.
+    bool accept(DataDocument& document, Prompter& prompter,
+                const std::function<void(const IntervalSetupFields&)>& showCorrected = {});
     void store(DataDocument& document) const;
 };
 

@@ -174,10 +174,9 @@ void frmInterval::onOk()
     if (!m_document || !m_prompter)
         return;
     m_setup.fields = fields();
-    const bool stored = m_setup.accept(*m_document, *m_prompter);
-    // The corrected values stay in the boxes for another try.
-    putBack(m_setup.fields);
-    if (stored)
+    // The corrected values are in the boxes before the message appears, and stay there for
+    // another try.
+    if (m_setup.accept(*m_document, *m_prompter, [this](const IntervalSetupFields& corrected) { putBack(corrected); }))
         accept();
 }
 

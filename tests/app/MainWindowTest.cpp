@@ -1109,3 +1109,35 @@ TEST_F(MainWindowTest, WithoutASimulatorTheNoteNamesThePort)
     load(QStringLiteral("/dev/ttyUSB7"));
     EXPECT_EQ(window->findChild<QLabel*>(QStringLiteral("Port"))->text(), QStringLiteral("Port /dev/ttyUSB7"));
 }
+
+// --- The Interval dialog's corrections -------------------------------------------------------------------
+
+TEST_F(MainWindowTest, TheIntervalDialogShowsTheCorrectedValuesWhileItsMessageIsUp)
+{
+    load();
+    QStringList boxesWhileShown;
+    prompter.whileShown = [&boxesWhileShown](const QString&) {
+        QWidget* dialog = QApplication::activeModalWidget();
+        if (!dialog || dialog->objectName() != QLatin1String("frmInterval"))
+            return;
+        for (const char* name : {"tbIday", "tbIhour", "tbImin", "tbIsec"})
+            boxesWhileShown.append(dialog->findChild<QLineEdit*>(QLatin1String(name))->text());
+    };
+    QStringList boxesAfter;
+    test::whenDialogOpens(QStringLiteral("frmInterval"), [&boxesAfter](QWidget* dialog) {
+        test::typeInto(dialog, "tbIhour", QStringLiteral("abc"));
+        test::typeInto(dialog, "tbIsec", QStringLiteral("75"));
+        test::clickButton(dialog, "btOk"); // the message; the dialog stays
+        for (const char* name : {"tbIday", "tbIhour", "tbImin", "tbIsec"})
+            boxesAfter.append(dialog->findChild<QLineEdit*>(QLatin1String(name))->text());
+        test::clickButton(dialog, "btOk"); // the corrected values are stored
+    });
+    ASSERT_TRUE(choose("mnuRealtime", "mnuRealtimeNew"));
+    ASSERT_EQ(prompter.messages.size(), 1);
+    EXPECT_EQ(prompter.messages.first().text, IntervalRangeMessage());
+    const QStringList corrected = {QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("59")};
+    EXPECT_EQ(boxesWhileShown, corrected);
+    EXPECT_EQ(boxesAfter, corrected);
+    ASSERT_TRUE(window->activeDocument());
+    EXPECT_EQ(window->activeDocument()->GetIntervalcount(), 59);
+}

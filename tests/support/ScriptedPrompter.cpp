@@ -6,6 +6,8 @@ PromptAnswer ScriptedPrompter::message(const QString& text, PromptButtons button
                                        PromptAnswer defaultAnswer)
 {
     messages.append({text, buttons, icon, defaultAnswer});
+    if (whileShown)
+        whileShown(text);
     if (answers.isEmpty())
         return defaultAnswer;
     return answers.takeFirst();

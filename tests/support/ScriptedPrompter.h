@@ -8,6 +8,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace quvo::test {
 
 class ScriptedPrompter : public Prompter {
@@ -23,6 +25,9 @@ public:
     QList<PromptAnswer> answers;
     // File names returned by chooseFile in order; when they run out, "" (cancel).
     QStringList fileNames;
+
+    // Runs while a message is up, before it is answered (to look at the windows behind it).
+    std::function<void(const QString& text)> whileShown;
 
     QList<Message> messages;
     QList<FileDialogRequest> fileRequests;
