@@ -84,6 +84,14 @@ void reportRecord(CommandHost& host, const DataDocument& document, ReadingKind k
         observer->readingTaken(readingOfLastRow(document, kind, wholeSecond(QDateTime::currentDateTime())));
 }
 
+// A model whose memory this program cannot read: the reason as the person reads it.
+QString unsupportedModelText(const QString& model)
+{
+    return QStringLiteral("The meter reports the model code \"%1\". This meter model is not supported: "
+                          "its memory cannot be read.")
+        .arg(model);
+}
+
 } // namespace
 
 std::optional<MemoryNumbering> MemoryNumberingFor(const QString& model)
@@ -216,6 +224,7 @@ bool Download::beginDownload(int captionId)
     s.CommState = CommStates::Download;
     s.CancelRequested = false;
     reportActivity(m_host, MeterActivity::Downloading);
+    s.LastError.clear(); // a failure of this download says why; no earlier reason is shown
     m_progress = m_host.openProgress();
     if (m_progress) {
         m_progress->SetCaption(ResID(captionId));
@@ -265,8 +274,10 @@ bool Download::readLoggingRecords(QString& intervalText)
             return false;
         intervalText = s.RecvBuffer.mid(3, 4);
     }
-    if (!numbering)
-        return false; // a model whose memory cannot be read: LastError says what it says
+    if (!numbering) {
+        s.LastError = unsupportedModelText(s.MeterModel);
+        return false;
+    }
 
     DataDocument& document = *s.RealtimeDoc;
     const int first = numbering->firstRecord;
@@ -297,8 +308,10 @@ bool Download::readSaveSlots()
     std::optional<MemoryNumbering> numbering;
     if (!readStart(numbering))
         return false;
-    if (!numbering)
+    if (!numbering) {
+        s.LastError = unsupportedModelText(s.MeterModel);
         return false;
+    }
 
     DataDocument& document = *s.RealtimeDoc;
     const bool fiftySlots = numbering->lastSlot == 50;
@@ -331,7 +344,9 @@ void Download::progress(bool throttle, int current, int total)
 bool Download::endDownload(bool succeeded, bool logging, const QString& intervalText)
 {
     ProgramState& s = programState();
-    const QString message = s.LastError;
+    QString message = s.LastError;
+    if (!succeeded && message.isEmpty())
+        message = QStringLiteral("The download ended before the last record was read.");
     m_comm.SendCommand(Commands::RemoteOff, Attempts); // always, whatever happened
     m_comm.closePort();
     if (m_progress)

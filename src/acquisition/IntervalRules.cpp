@@ -73,11 +73,48 @@ bool CheckIntervalAndPeriod(TimeTexts& interval, bool customPeriod, TimeTexts& p
     return valid;
 }
 
+QString InputRangeText()
+{
+    return ResID(Res::InputRange) + CrLf + rangeLine(Res::DayRange, DayRange) + CrLf
+        + rangeLine(Res::HourRange, HourRange) + CrLf + rangeLine(Res::MinuteRange, MinuteRange) + CrLf
+        + rangeLine(Res::SecondRange, SecondRange);
+}
+
 QString IntervalRangeMessage()
 {
-    return ResID(Res::ValueChanged) + CrLf + CrLf + ResID(Res::InputRange) + CrLf + rangeLine(Res::DayRange, DayRange)
-        + CrLf + rangeLine(Res::HourRange, HourRange) + CrLf + rangeLine(Res::MinuteRange, MinuteRange) + CrLf
-        + rangeLine(Res::SecondRange, SecondRange) + CrLf + CrLf + ResID(Res::InputOneSecond);
+    return ResID(Res::ValueChanged) + CrLf + CrLf + InputRangeText() + CrLf + CrLf + ResID(Res::InputOneSecond);
+}
+
+QString DurationOptionProblem(const QString& option, const QString& text)
+{
+    TimeTexts fields;
+    if (!ParseDurationText(text, fields)) {
+        return QStringLiteral("%1 \"%2\" is not a duration: give whole seconds (90) or days, hours, minutes and "
+                              "seconds as DD:HH:MM:SS (00:00:01:30).")
+                   .arg(option, text)
+            + CrLf + CrLf + InputRangeText();
+    }
+    const QString given = QStringLiteral("%1 %2 is out of range: ").arg(option, text.trimmed());
+    struct Field {
+        QString* text;
+        TimeFieldRange range;
+        const char* name;
+    };
+    for (const Field& field : {Field{&fields.days, DayRange, "days"}, Field{&fields.hours, HourRange, "hours"},
+                               Field{&fields.minutes, MinuteRange, "minutes"},
+                               Field{&fields.seconds, SecondRange, "seconds"}}) {
+        if (!CheckTimeField(*field.text, field.range)) {
+            return given
+                + QStringLiteral("the %1 must be from %2 to %3.")
+                      .arg(QLatin1String(field.name))
+                      .arg(field.range.minimum)
+                      .arg(field.range.maximum)
+                + CrLf + CrLf + InputRangeText();
+        }
+    }
+    if (fieldValue(fields.days) + fieldValue(fields.hours) + fieldValue(fields.minutes) + fieldValue(fields.seconds) == 0)
+        return given + QStringLiteral("it must be one second or more.") + CrLf + CrLf + InputRangeText();
+    return {};
 }
 
 bool ParseDurationText(const QString& text, TimeTexts& fields)

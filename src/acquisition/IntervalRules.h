@@ -50,10 +50,21 @@ bool CheckIntervalAndPeriod(TimeTexts& interval, bool customPeriod, TimeTexts& p
 //   Input one second and more value.
 QString IntervalRangeMessage();
 
+// The range lines of that message, without the claim that a value was changed:
+//   Input range
+//   <Day> : 0 - 99   (and so on, one line per field)
+QString InputRangeText();
+
 // A duration as the command-line program takes it: whole seconds ("90", split into
 // 00 days, 00 hours, 01 minute, 30 seconds) or "DD:HH:MM:SS" (each part one or more
 // digits, kept as typed). False when the text has neither form; the caller then shows
 // IntervalRangeMessage() just as for a value out of range.
 bool ParseDurationText(const QString& text, TimeTexts& fields);
+
+// The command-line program's message for the duration given to an option ("--interval",
+// "--period"), or an empty text when it can be used. The command line corrects nothing, so
+// the message says what is wrong (not a duration; a field out of its range; zero), then
+// gives the input range (InputRangeText). Lines separated by CR LF.
+QString DurationOptionProblem(const QString& option, const QString& text);
 
 } // namespace quvo

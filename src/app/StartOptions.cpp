@@ -46,7 +46,11 @@ std::optional<StartOptions> parseStartOptions(const QStringList& arguments, int*
         return std::nullopt;
     }
     if (parser.isSet(help)) {
-        std::fputs(qPrintable(parser.helpText()), stdout);
+        // Parsed before the application object exists, the parser does not know the
+        // program's name and would print a placeholder.
+        QString text = parser.helpText();
+        text.replace(QStringLiteral("<executable_name>"), QStringLiteral("quvolink"));
+        std::fputs(qPrintable(text), stdout);
         *exitCode = 0;
         return std::nullopt;
     }

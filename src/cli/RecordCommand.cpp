@@ -166,17 +166,22 @@ int runRecord(const QStringList& arguments)
                               help);
     }
 
-    // The Interval and period dialog's rules and message.
+    // The Interval and period dialog's rules; a duration that cannot be used is refused
+    // with what is wrong with it and the input range.
     TimeTexts interval;
     TimeTexts period{QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00")};
     const bool customPeriod = parser.isSet(periodOption);
-    bool valid = ParseDurationText(parser.value(intervalOption), interval);
-    if (customPeriod)
-        valid = ParseDurationText(parser.value(periodOption), period) && valid;
-    if (!valid || !CheckIntervalAndPeriod(interval, customPeriod, period)) {
-        printMessage(IntervalRangeMessage());
+    QString problem = DurationOptionProblem(QStringLiteral("--interval"), parser.value(intervalOption));
+    if (problem.isEmpty() && customPeriod)
+        problem = DurationOptionProblem(QStringLiteral("--period"), parser.value(periodOption));
+    if (!problem.isEmpty()) {
+        printMessage(problem);
         return ExitUsage;
     }
+    ParseDurationText(parser.value(intervalOption), interval);
+    if (customPeriod)
+        ParseDurationText(parser.value(periodOption), period);
+    CheckIntervalAndPeriod(interval, customPeriod, period); // two digits in every field
     const QString outPath = parser.value(outOption);
 
     MeterSession session;

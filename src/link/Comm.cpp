@@ -66,6 +66,16 @@ QString openFailureAdvice(const QString& device)
 
 } // namespace
 
+QString Comm::LinkLostText(const QString& device, const QString& reason)
+{
+    // What a person can do something about comes first; the system's own words (such as
+    // "Inappropriate ioctl for device") only help whoever looks deeper.
+    return QStringLiteral("The connection to the meter on %1 was lost: the meter's cable or its USB serial adapter "
+                          "was unplugged, or the adapter stopped working. Check the cable and the adapter, then "
+                          "start again. (The system reported: %2.)")
+        .arg(device, reason);
+}
+
 Comm::Comm(Prompter* prompter, QObject* parent)
     : QObject(parent), m_prompter(prompter)
 {
@@ -341,7 +351,7 @@ void Comm::linkLost(const QString& reason)
     if (m_linkLost)
         return;
     m_linkLost = true;
-    m_lostMessage = QStringLiteral("The connection to the meter on %1 was lost (%2).").arg(m_device, reason);
+    m_lostMessage = LinkLostText(m_device, reason);
     programState().LastError = m_lostMessage;
     tmTimeout.stop();
 

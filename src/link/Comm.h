@@ -62,6 +62,10 @@ public:
     QString portName() const;
     static QString portNameFor(const QString& portNumberText);
 
+    // The message of a lost link: the device, what the person can check (the cable, the
+    // adapter), and the system's reason last.
+    static QString LinkLostText(const QString& device, const QString& reason);
+
     // The line settings of the meter, "9600,n,8,2".
     QString Settings() const { return LineSettings; }
 

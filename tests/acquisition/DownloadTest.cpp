@@ -350,13 +350,14 @@ TEST_F(DownloadTest, LoggingCountZeroReadsNothingAndSucceeds)
     EXPECT_TRUE(log.calls.isEmpty());
 }
 
-TEST_F(DownloadTest, AnUnknownModelFailsWithWhateverLastErrorHolds)
+TEST_F(DownloadTest, AnUnknownModelSaysWhichModelItIsAndThatItIsNotSupported)
 {
     startSimulator(model(QLatin1Char('7')));
-    programState().LastError = QStringLiteral("An earlier failure.");
+    programState().LastError = QStringLiteral("An earlier failure."); // never shown for this download
     download.mnuDataLoging();
     EXPECT_EQ(download.lastOutcome(), DownloadOutcome::Failed);
-    EXPECT_EQ(host.messages(), QStringList{QStringLiteral("An earlier failure.")});
+    EXPECT_EQ(host.messages(), QStringList{QStringLiteral("The meter reports the model code \"7\". This meter model "
+                                                          "is not supported: its memory cannot be read.")});
     EXPECT_EQ(commands(), (QStringList{QStringLiteral("SC,123"), QStringLiteral("PL,1"), QStringLiteral("RM"),
                                        QStringLiteral("RN"), QStringLiteral("PL,0")}));
     EXPECT_EQ(document()->GetDatacount(), 0);
@@ -369,7 +370,8 @@ TEST_F(DownloadTest, AnUnknownModelHasNoSaveSlots)
     programState().LastError.clear();
     download.mnuDataSave();
     EXPECT_EQ(download.lastOutcome(), DownloadOutcome::Failed);
-    EXPECT_EQ(host.messages(), QStringList{QString()});
+    EXPECT_EQ(host.messages(), QStringList{QStringLiteral("The meter reports the model code \"7\". This meter model "
+                                                          "is not supported: its memory cannot be read.")});
     EXPECT_EQ(commands(), (QStringList{QStringLiteral("SC,123"), QStringLiteral("PL,1"), QStringLiteral("RM"),
                                        QStringLiteral("PL,0")}));
 }

@@ -1141,3 +1141,38 @@ TEST_F(MainWindowTest, TheIntervalDialogShowsTheCorrectedValuesWhileItsMessageIs
     ASSERT_TRUE(window->activeDocument());
     EXPECT_EQ(window->activeDocument()->GetIntervalcount(), 59);
 }
+
+// --- Messages a person reads ----------------------------------------------------------------------------
+
+TEST_F(MainWindowTest, ADownloadFromAnUnsupportedModelSaysSo)
+{
+    sim::SimulatorOptions options;
+    options.model = QLatin1Char('7');
+    Meter meter(options);
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    prompter.answers = {PromptAnswer::No};
+    ASSERT_TRUE(click("Sdata"));
+    ASSERT_EQ(prompter.messages.size(), 2);
+    EXPECT_EQ(prompter.messages.last().text, QStringLiteral("The meter reports the model code \"7\". This meter model "
+                                                            "is not supported: its memory cannot be read."));
+    EXPECT_EQ(programState().CommState, CommStates::Idle);
+}
+
+TEST_F(MainWindowTest, ALostConnectionNamesTheCableAndTheAdapter)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    ASSERT_TRUE(click("Mstart"));
+    ASSERT_EQ(programState().CommState, CommStates::Monitor);
+    meter.thread.unplug();
+    ASSERT_TRUE(waitUntilIdle());
+    ASSERT_EQ(prompter.messages.size(), 1);
+    const QString text = prompter.messages.first().text;
+    EXPECT_TRUE(text.startsWith(QStringLiteral("The connection to the meter on %1 was lost: the meter's cable or "
+                                               "its USB serial adapter was unplugged")
+                                    .arg(meter.thread.devicePath())))
+        << text.toStdString();
+    EXPECT_TRUE(bar("tbMain")->isVisible());
+}

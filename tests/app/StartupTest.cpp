@@ -103,6 +103,8 @@ TEST(DesktopProgram, HelpAndVersion)
     const QByteArray help = process.readAllStandardOutput();
     EXPECT_TRUE(help.contains("--simulate"));
     EXPECT_TRUE(help.contains("--port"));
+    EXPECT_TRUE(help.startsWith("Usage: quvolink [options] [FILE.csv...]\n")) << help.toStdString();
+    EXPECT_FALSE(help.contains("<executable_name>"));
 }
 
 TEST(DesktopProgram, ASecondStartEndsBeforeAnyWindowAppears)

@@ -2,7 +2,6 @@
 // info, monitor, record, download, recover; exit codes, usage errors, the interval
 // message, Ctrl+C, and a recording killed hard and restored from its journal.
 
-#include "acquisition/IntervalRules.h"
 #include "document/DataDocument.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
@@ -204,6 +203,27 @@ TEST_F(MeterCommandsTest, AFailedDownloadSavesTheRowsReadSoFar)
         EXPECT_EQ(rows[i], QStringLiteral("00:00:%1\t%2\tVDC").arg(5 * i, 2, 10, QLatin1Char('0')).arg(i * 0.125, 0, 'f', 3));
 }
 
+TEST_F(MeterCommandsTest, ADownloadFromAnUnsupportedModelSaysSo)
+{
+    QProcess meter;
+    meter.start(builtProgram(QStringLiteral("tools/metersim/quvolink-metersim")), {QStringLiteral("--model"), QStringLiteral("7")});
+    ASSERT_TRUE(meter.waitForStarted(10000));
+    while (!meter.canReadLine() && meter.waitForReadyRead(10000)) {
+    }
+    const QString device = QString::fromLocal8Bit(meter.readLine()).trimmed();
+    ASSERT_FALSE(device.isEmpty());
+
+    const QString file = path(QStringLiteral("unsupported.csv"));
+    const Outcome r = run({QStringLiteral("--port"), device, QStringLiteral("download"), QStringLiteral("save"),
+                           QStringLiteral("--out"), file});
+    meter.terminate();
+    meter.waitForFinished(10000);
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_TRUE(r.err.startsWith(QStringLiteral("The meter reports the model code \"7\". This meter model is not "
+                                                "supported: its memory cannot be read.\n")))
+        << r.err.toStdString();
+}
+
 TEST_F(MeterCommandsTest, UsageErrorsExitWithTwo)
 {
     const QString out = path(QStringLiteral("x.csv"));
@@ -240,26 +260,41 @@ TEST_F(MeterCommandsTest, UsageErrorsExitWithTwo)
     EXPECT_FALSE(QFile::exists(out));
 }
 
-TEST_F(MeterCommandsTest, ABadIntervalOrPeriodGivesTheDialogsMessage)
+TEST_F(MeterCommandsTest, ABadIntervalOrPeriodSaysWhatIsWrongAndGivesTheRange)
 {
-    QString message = IntervalRangeMessage();
-    message.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    const QString range = QStringLiteral("Input range\n<Day> : 0 - 99\n<Hour> : 0 - 23\n<Minute> : 0 - 59\n"
+                                         "<Second> : 0 - 59\n");
     const QString out = path(QStringLiteral("x.csv"));
-    const QList<QStringList> cases = {
-        {QStringLiteral("--interval"), QStringLiteral("0")},
-        {QStringLiteral("--interval"), QStringLiteral("00:00:00:75")},
-        {QStringLiteral("--interval"), QStringLiteral("00:24:00:00")},
-        {QStringLiteral("--interval"), QStringLiteral("100:00:00:00")},
-        {QStringLiteral("--interval"), QStringLiteral("8640000")}, // 100 days
-        {QStringLiteral("--interval"), QStringLiteral("abc")},
-        {QStringLiteral("--interval"), QStringLiteral("5"), QStringLiteral("--period"), QStringLiteral("0")},
-        {QStringLiteral("--interval"), QStringLiteral("5"), QStringLiteral("--period"), QStringLiteral("00:00:60:00")},
+    struct Case {
+        QStringList options;
+        QString problem;
     };
-    for (const QStringList& options : cases) {
-        const Outcome r = run(QStringList{QStringLiteral("record")} + options
+    const QList<Case> cases = {
+        {{QStringLiteral("--interval"), QStringLiteral("0")},
+         QStringLiteral("--interval 0 is out of range: it must be one second or more.")},
+        {{QStringLiteral("--interval"), QStringLiteral("00:00:00:75")},
+         QStringLiteral("--interval 00:00:00:75 is out of range: the seconds must be from 0 to 59.")},
+        {{QStringLiteral("--interval"), QStringLiteral("00:24:00:00")},
+         QStringLiteral("--interval 00:24:00:00 is out of range: the hours must be from 0 to 23.")},
+        {{QStringLiteral("--interval"), QStringLiteral("100:00:00:00")},
+         QStringLiteral("--interval 100:00:00:00 is out of range: the days must be from 0 to 99.")},
+        {{QStringLiteral("--interval"), QStringLiteral("8640000")}, // 100 days
+         QStringLiteral("--interval 8640000 is out of range: the days must be from 0 to 99.")},
+        {{QStringLiteral("--interval"), QStringLiteral("abc")},
+         QStringLiteral("--interval \"abc\" is not a duration: give whole seconds (90) or days, hours, minutes and "
+                        "seconds as DD:HH:MM:SS (00:00:01:30).")},
+        {{QStringLiteral("--interval"), QStringLiteral("5"), QStringLiteral("--period"), QStringLiteral("0")},
+         QStringLiteral("--period 0 is out of range: it must be one second or more.")},
+        {{QStringLiteral("--interval"), QStringLiteral("5"), QStringLiteral("--period"), QStringLiteral("00:00:60:00")},
+         QStringLiteral("--period 00:00:60:00 is out of range: the minutes must be from 0 to 59.")},
+    };
+    for (const Case& c : cases) {
+        const Outcome r = run(QStringList{QStringLiteral("record")} + c.options
                               + QStringList{QStringLiteral("--simulate"), QStringLiteral("--out"), out});
-        EXPECT_EQ(r.exitCode, 2) << options.join(u' ').toStdString();
-        EXPECT_EQ(r.err, message + QLatin1Char('\n')) << options.join(u' ').toStdString();
+        EXPECT_EQ(r.exitCode, 2) << c.options.join(u' ').toStdString();
+        EXPECT_EQ(r.err, c.problem + QStringLiteral("\n\n") + range) << c.options.join(u' ').toStdString();
+        // Nothing was changed: the command line corrects nothing.
+        EXPECT_FALSE(r.err.contains(QStringLiteral("changed automatically"))) << c.options.join(u' ').toStdString();
     }
     EXPECT_FALSE(QFile::exists(out));
 }

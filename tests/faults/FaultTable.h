@@ -31,7 +31,7 @@ enum class Message {
     Timeout,       // "Timeout error occurred."
     DataError,     // "Data error occurred."
     CommandError,  // "Command error occurred."
-    LinkLost,      // "The connection to the meter on <port> was lost (<reason>)."
+    LinkLost,      // "The connection to the meter on <port> was lost: <the cable, the adapter> (<reason>.)"
     DamageDecides, // random damage: "Data error occurred." when an examined answer arrived
                    // damaged and fails its check, otherwise none
 };

@@ -201,7 +201,7 @@ TEST_F(CommSimulatorTest, UnpluggingDuringAWaitGivesFalseAndAnError)
     clock.start();
     EXPECT_FALSE(comm->SendCommand(Commands::RecordCount, 5));
     EXPECT_LT(clock.elapsed(), WellUnderLongTimeoutMs);
-    EXPECT_TRUE(programState().LastError.contains(QStringLiteral(" was lost ("))) << programState().LastError.toStdString();
+    EXPECT_TRUE(programState().LastError.contains(QStringLiteral(" was lost: "))) << programState().LastError.toStdString();
     EXPECT_TRUE(programState().LastError.contains(simulator->devicePath()));
     EXPECT_TRUE(lost.count() == 1 || lost.wait(5000));
     EXPECT_FALSE(comm->PortOpen());
@@ -225,7 +225,7 @@ TEST_F(CommSimulatorTest, ADisconnectAfterSomeCommandsEndsTheExchangeWithAnError
     }
     EXPECT_TRUE(failed);
     EXPECT_LT(clock.elapsed(), WellUnderLongTimeoutMs);
-    EXPECT_TRUE(programState().LastError.contains(QStringLiteral(" was lost ("))) << programState().LastError.toStdString();
+    EXPECT_TRUE(programState().LastError.contains(QStringLiteral(" was lost: "))) << programState().LastError.toStdString();
 }
 
 TEST_F(CommSimulatorTest, StreamingWithTickArmedClearedLeavesTheAnswerInThePort)
