@@ -458,7 +458,14 @@ frmData* frmMain::makeDataWindow()
 {
     auto* window = new frmData;
     window->setPrompter(m_prompter);
-    connect(window, &frmData::documentButtonsRequested, this, &frmMain::applyDocumentButtons);
+    connect(window, &frmData::documentButtonsRequested, this, [this, window](bool enabled, int kind) {
+        // The buttons belong to the active document. A document closed by its close box
+        // while another one is active withdraws nothing: the active one keeps its buttons.
+        const frmData* active = activeDataWindow();
+        if (!enabled && active && active != window)
+            return;
+        applyDocumentButtons(enabled, kind);
+    });
     window->setSaveAction([this, window] { m_files.FileSave(*window->document()); });
     // A closed document no longer needs the journal of its recording.
     connect(window, &QObject::destroyed, this, [this, document = window->document()] {

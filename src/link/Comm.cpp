@@ -8,7 +8,9 @@
 #include "resources/RuntimeError.h"
 #include "resources/TextNumber.h"
 
+#include <QElapsedTimer>
 #include <QFile>
+#include <QTimer>
 
 #ifdef Q_OS_UNIX
 #include <cerrno>
@@ -22,6 +24,12 @@ namespace quvo {
 namespace {
 
 const QString LineEnd = QStringLiteral("\r\n");
+
+// Closing: the line counts as quiet after this long without a character (a meter line at
+// 9600 baud takes about 30 ms, and the meter answers at once), and the port is closed after
+// this long at most whatever still comes.
+constexpr int QuietLineMs = 40;
+constexpr int DrainLimitMs = 300;
 
 #ifdef Q_OS_UNIX
 // The reason of a failed read or write as the user should read it. A terminal whose other
@@ -194,11 +202,61 @@ bool Comm::OpenPort()
 void Comm::closePort()
 {
     if (coComm.isOpen()) {
-        if (!m_linkLost)
+        if (!m_linkLost) {
             coComm.flush(); // written text waits in the port's buffer until the event loop runs
-        coComm.close();
+            dropWhatIsStillComing();
+        }
+        if (coComm.isOpen())
+            coComm.close();
     }
     coComm.clearError();
+}
+
+void Comm::dropWhatIsStillComing()
+{
+    // The meter may still be talking when an operation ends: the answer to the command last
+    // sent when a Stop or a Cancel cut its wait short (or its time-out ran out), and before
+    // it the answer to the reading asked for last. Lines that reached the port after it was
+    // opened again would be read by the next operation as its own answers, each one line
+    // late (a download then ends with "Data error occurred."). So the port stays open until
+    // that answer has come and the line has been quiet for a moment; what comes meanwhile is
+    // dropped. The wait is bounded: a meter that never answers, or never goes quiet, is
+    // closed on all the same.
+    const ProgramState& s = programState();
+    m_drainAnswerOwed = s.LinkState != LinkStates::Complete;
+    m_drainTag = s.LastCommand.left(2); // every answer begins with its command's two letters
+    m_drained.clear();
+    m_sinceText.start();
+    m_draining = true;
+    takeDrainedText();
+    QElapsedTimer total;
+    total.start();
+    QTimer look; // wakes the wait to look at the clocks when nothing arrives
+    look.start(QuietLineMs / 4);
+    waitUntil([&] {
+        const bool quiet = !m_drainAnswerOwed && m_sinceText.elapsed() >= QuietLineMs;
+        return m_linkLost || !coComm.isOpen() || quiet || total.elapsed() >= DrainLimitMs;
+    });
+    m_draining = false;
+    m_drained.clear();
+}
+
+void Comm::takeDrainedText()
+{
+    const QString text = readInput();
+    if (text.isEmpty())
+        return;
+    m_sinceText.restart();
+    m_drained += text;
+    // Complete lines: the one owed is a line of its command other than the echo, or a
+    // rejection.
+    for (qsizetype lf = m_drained.indexOf(QLatin1Char('\n')); lf >= 0; lf = m_drained.indexOf(QLatin1Char('\n'))) {
+        const QString line = m_drained.left(lf).trimmed();
+        m_drained.remove(0, lf + 1);
+        if (line.startsWith(Commands::CommandRejected)
+            || (line.startsWith(m_drainTag) && line != programState().LastCommand))
+            m_drainAnswerOwed = false;
+    }
 }
 
 QString Comm::notOpenText() const
@@ -284,6 +342,10 @@ void Comm::OnComm(int commEvent)
 {
     if (commEvent != CommEvents::Receive)
         return;
+    if (m_draining) {
+        takeDrainedText(); // the end of an operation: nothing that comes now is an answer
+        return;
+    }
     ProgramState& s = programState();
     // While the tick works on RecvBuffer the text stays in the port (takePendingInput).
     if (!ReceiveTakesText(s))

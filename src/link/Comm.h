@@ -14,6 +14,7 @@
 #include "link/ReceiveBuffer.h"
 #include "resources/Constant.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QSerialPort>
 #include <QString>
@@ -74,7 +75,9 @@ public:
     // false. A port that is already open is left as it is.
     bool OpenPort();
     // Closes the port. What was written and not yet handed to the system is written first,
-    // so a last command ("PL,0" after Stop or Cancel) is not lost with the close.
+    // so a last command ("PL,0" after Stop or Cancel) is not lost with the close; then what
+    // the meter still sends is let in and dropped until the line is quiet (40 ms without a
+    // character, 300 ms at most), so that no late answer waits for the next operation.
     void closePort();
     bool PortOpen() const;
     // True from a failure of the open port (see portLost) until the next OpenPort. Every
@@ -125,6 +128,8 @@ private:
     void linkLost(const QString& reason);
     QString readInput();
     QString notOpenText() const;
+    void dropWhatIsStillComing();
+    void takeDrainedText();
 
     QSerialPort coComm{this}; // a child named "serialPort", so tests can reach it
     QTimer tmTimeout{this};
@@ -135,6 +140,12 @@ private:
     std::uint64_t m_session = 0; // counts the opens, so a late close never hits a newer session
     bool m_linkLost = false;
     bool m_dropUntilNextSend = false; // a garbled answer ended the wait; its rest is dropped
+    // Closing (dropWhatIsStillComing): what still arrives is dropped.
+    bool m_draining = false;
+    bool m_drainAnswerOwed = false;   // the last command's answer has not come yet
+    QString m_drainTag;               // the two letters its answer begins with
+    QString m_drained;                // the incomplete line that came so far
+    QElapsedTimer m_sinceText;        // since the last characters came
     QString m_lostMessage;
 };
 

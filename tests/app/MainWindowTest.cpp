@@ -1176,3 +1176,113 @@ TEST_F(MainWindowTest, ALostConnectionNamesTheCableAndTheAdapter)
         << text.toStdString();
     EXPECT_TRUE(bar("tbMain")->isVisible());
 }
+
+// --- Child windows closed by their close box --------------------------------------------------------
+
+TEST_F(MainWindowTest, ClosingAnotherDocumentByItsCloseBoxLeavesTheButtonsOfTheActiveOne)
+{
+    load();
+    DataDocument* logging = open(documentFile(DataKinds::Logging, QStringLiteral("other.csv")));
+    DataDocument* realtime = open(documentFile(DataKinds::Realtime, QStringLiteral("active.csv")));
+    ASSERT_TRUE(logging && realtime);
+    QMdiSubWindow* other = qobject_cast<QMdiSubWindow*>(window->windowOf(logging)->parentWidget());
+    // Side by side, the other one's close box in view and free to click.
+    qobject_cast<QMdiSubWindow*>(window->windowOf(realtime)->parentWidget())->setGeometry(0, 0, 240, 300);
+    other->setGeometry(250, 100, 300, 200);
+    QApplication::processEvents();
+    ASSERT_EQ(window->activeDocument(), realtime);
+    ASSERT_TRUE(test::waitFor([&] { return item("Start")->isEnabled(); }));
+
+    ASSERT_TRUE(hand().clickTitleButton(other, QStyle::SC_TitleBarCloseButton));
+    ASSERT_TRUE(test::waitFor([&] { return window->openDocuments().size() == 1; }));
+    ASSERT_EQ(window->activeDocument(), realtime);
+    for (const char* key : {"Save", "Forward", "Start", "Interval", "Graph"})
+        EXPECT_TRUE(item(key)->isEnabled()) << key;
+}
+
+TEST_F(MainWindowTest, TheTitleBarButtonsOfAChildWindowWorkAsAHandClicksThem)
+{
+    load();
+    DataDocument* document = open(documentFile(DataKinds::Logging, QStringLiteral("frame.csv")));
+    auto* frame = qobject_cast<QMdiSubWindow*>(window->windowOf(document)->parentWidget());
+    frame->setGeometry(20, 20, 300, 220);
+    QApplication::processEvents();
+    ASSERT_TRUE(hand().clickTitleButton(frame, QStyle::SC_TitleBarMaxButton));
+    ASSERT_TRUE(test::waitFor([&] { return frame->isMaximized(); }));
+    ASSERT_TRUE(hand().clickTitleButton(frame, QStyle::SC_TitleBarNormalButton));
+    ASSERT_TRUE(test::waitFor([&] { return !frame->isMaximized(); }));
+    ASSERT_TRUE(hand().clickTitleButton(frame, QStyle::SC_TitleBarMinButton));
+    ASSERT_TRUE(test::waitFor([&] { return frame->isMinimized(); }));
+    ASSERT_TRUE(hand().clickTitleButton(frame, QStyle::SC_TitleBarCloseButton));
+    ASSERT_TRUE(test::waitFor([&] { return window->openDocuments().isEmpty(); }));
+}
+
+TEST_F(MainWindowTest, AnotherDocumentClosedWithUnsavedChangesLeavesTheButtonsOfTheActiveOne)
+{
+    // Found by the scenario test: a click on the close box of a document that is not the
+    // active one may close it without activating it first; its window then withdrew the
+    // active document's buttons.
+    load();
+    DataDocument* other = unsavedDocument(*window);
+    DataDocument* active = open(documentFile(DataKinds::Realtime, QStringLiteral("active.csv")));
+    ASSERT_EQ(window->activeDocument(), active);
+    ASSERT_TRUE(test::waitFor([&] { return item("Start")->isEnabled(); }));
+    prompter.answers = {PromptAnswer::No};
+    qobject_cast<QMdiSubWindow*>(window->windowOf(other)->parentWidget())->close();
+    ASSERT_TRUE(test::waitFor([&] { return window->openDocuments().size() == 1; }));
+    EXPECT_EQ(prompter.messages.size(), 1);
+    ASSERT_EQ(window->activeDocument(), active);
+    for (const char* key : {"Save", "Forward", "Start", "Interval", "Graph"})
+        EXPECT_TRUE(item(key)->isEnabled()) << key;
+}
+
+// --- A reading on its way when monitoring stops --------------------------------------------------------
+
+namespace {
+
+// A clock that moves only when the test says so.
+class SteppedClock : public RealtimeClock {
+public:
+    QDateTime now() const override { return m_now; }
+    void advance(int seconds) { m_now = m_now.addSecs(seconds); }
+
+private:
+    QDateTime m_now = QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0));
+};
+
+} // namespace
+
+TEST_F(MainWindowTest, AReadingOnItsWayWhenMonitoringStopsDoesNotSpoilTheNextDownload)
+{
+    // Found by the scenario test: the meter's answer to the last "RR,1" was still on the
+    // line when the stop sequence sent "PL,0", and its lines were taken for the answer to
+    // "PL,0". The port closed before the real answer came; a download started at once
+    // read it as the answer to its first command, and every later answer one line late:
+    // it failed with "Data error occurred." after "RM". Here the meter takes 60 ms over
+    // each answer, and the second that stops monitoring comes before the reading's answer.
+    sim::SimulatorOptions options;
+    options.answerDelayMs = 60;
+    options.loggingCount = 3;
+    Meter meter(options);
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    SteppedClock clock;
+    window->realtime().setClock(&clock);
+    window->realtime().setAutomaticTicks(false);
+
+    ASSERT_TRUE(click("Mstart"));
+    ASSERT_EQ(programState().CommState, CommStates::Monitor);
+    ASSERT_TRUE(click("Stop")); // honoured at the next second that takes an answer
+    clock.advance(1);
+    window->realtime().tmRealtime_Timer(); // the first second: "RR,1" is sent
+    clock.advance(1);
+    window->realtime().tmRealtime_Timer(); // the next second comes before its answer: stop
+    ASSERT_EQ(programState().CommState, CommStates::Idle);
+
+    prompter.messages.clear();
+    prompter.answers = {PromptAnswer::No};
+    ASSERT_TRUE(click("Ldata"));
+    EXPECT_EQ(prompter.messageTexts().join(QLatin1Char('|')).toStdString(), AskForwardDownload.toStdString());
+    ASSERT_TRUE(window->activeDocument());
+    EXPECT_EQ(window->activeDocument()->GetDatacount(), 3);
+}

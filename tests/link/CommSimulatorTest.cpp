@@ -247,3 +247,25 @@ TEST_F(CommSimulatorTest, StreamingWithTickArmedClearedLeavesTheAnswerInThePort)
     const QString answer = s.RecvBuffer.mid(6, 17);
     EXPECT_TRUE(ParseRealtimeAnswer(answer).valid) << answer.toStdString();
 }
+
+TEST_F(CommSimulatorTest, AnAnswerStillComingWhenThePortClosesIsNotTheNextOperationsAnswer)
+{
+    // A Stop ends the wait for "PL,0" at once; the meter, which takes 60 ms over its answer,
+    // answers after that. The close lets the line go quiet first, so the next operation,
+    // started at once, reads its own answers.
+    sim::SimulatorOptions options;
+    options.answerDelayMs = 60;
+    startSimulator(options);
+    programState().CommState = CommStates::MonitorCommand;
+    programState().StopRequested = true;
+    EXPECT_FALSE(comm->SendCommand(Commands::RemoteOff, 1));
+    comm->closePort();
+    EXPECT_GE(simulator->answerLog().size(), 1); // answered while the port was still open
+    programState().StopRequested = false;
+
+    programState().CommState = CommStates::Download;
+    ASSERT_TRUE(comm->OpenPort());
+    ASSERT_TRUE(comm->SendCommand(Commands::Model, 5));
+    QString answer = programState().RecvBuffer;
+    EXPECT_TRUE(answer.startsWith(QStringLiteral("RM,"))) << answer.toStdString();
+}
