@@ -4,6 +4,7 @@
 #include "acquisition/frmInterval.h"
 #include "acquisition/frmMoniter.h"
 #include "app/frmAbout.h"
+#include "app/Settings.h"
 #include "app/frmMain.h"
 #include "app/frmSplash.h"
 #include "document/DataDocument.h"
@@ -16,22 +17,33 @@
 #include "publish/frmPublishing.h"
 #include "metersim/MeterSimulator.h"
 #include "resources/Constant.h"
+#include "resources/EventWait.h"
 #include "resources/ProgramState.h"
 #include "resources/Prompter.h"
 #include "resources/ResID.h"
 #include "resources/TextNumber.h"
 #include "resources/TimeText.h"
 
+#include <QAbstractButton>
 #include <QApplication>
+#include <QDialogButtonBox>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QMessageBox>
 #include <QPixmap>
+#include <QPushButton>
 #include <QStatusBar>
 #include <QTimer>
 
 #include <cmath>
 #include <cstdio>
+#include <functional>
 
 namespace quvo {
 
@@ -81,6 +93,202 @@ void fillSampleDocument(DataDocument& document)
     }
     document.DispCalculation();
     document.PaintGraphtop();
+}
+
+// Runs the event loop until done() holds or the time is up; true when it held.
+bool waitFor(const std::function<bool()>& done, int milliseconds)
+{
+    QElapsedTimer clock;
+    clock.start();
+    QTimer look; // wakes the wait to look at the clock when nothing else happens
+    look.start(50);
+    waitUntil([&] { return done() || clock.elapsed() >= milliseconds; });
+    return done();
+}
+
+void pause(int milliseconds)
+{
+    waitFor([] { return false; }, milliseconds);
+}
+
+// Runs step(window) from the event loop of the next modal window (a message box, a dialog)
+// once it is up, as a person answers it.
+void onNextModal(std::function<void(QWidget*)> step)
+{
+    auto* poll = new QTimer(qApp);
+    poll->setInterval(20);
+    QObject::connect(poll, &QTimer::timeout, poll, [poll, step = std::move(step)] {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (!modal || !modal->isVisible())
+            return;
+        poll->stop();
+        poll->deleteLater();
+        settle();
+        step(modal);
+    });
+    poll->start();
+}
+
+void setText(QWidget* dialog, const char* name, const QString& text)
+{
+    if (auto* box = dialog->findChild<QLineEdit*>(QLatin1String(name)))
+        box->setText(text);
+}
+
+void click(QWidget* dialog, const char* name)
+{
+    if (auto* button = dialog->findChild<QAbstractButton*>(QLatin1String(name)))
+        button->click();
+}
+
+// A message box's button: Yes, No, OK.
+void answer(QWidget* modal, QMessageBox::StandardButton choice)
+{
+    if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+        if (QAbstractButton* button = box->button(choice))
+            button->click();
+    }
+}
+
+// The file dialog, shown on `folder`, with `name` typed; its picture is taken, then it is
+// accepted.
+void chooseInFileDialog(QWidget* modal, const QString& folder, const QString& name, const QString& picture,
+                        const QString& pictures, bool* ok)
+{
+    auto* dialog = qobject_cast<QFileDialog*>(modal);
+    if (!dialog) {
+        *ok = false;
+        modal->close();
+        return;
+    }
+    dialog->setDirectory(folder);
+    settle();
+    if (auto* nameBox = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
+        nameBox->setText(name);
+    *ok &= save(dialog, pictures, picture);
+    // Its Save or Open button.
+    if (auto* buttons = dialog->findChild<QDialogButtonBox*>()) {
+        const auto role = dialog->acceptMode() == QFileDialog::AcceptSave ? QDialogButtonBox::Save : QDialogButtonBox::Open;
+        if (QPushButton* button = buttons->button(role))
+            button->click();
+    }
+}
+
+QString monitorText(frmMain& mainWindow)
+{
+    frmMoniter* monitor = mainWindow.monitorWindow();
+    auto* value = monitor ? monitor->findChild<QLabel*>(QStringLiteral("llValue")) : nullptr;
+    return value ? value->text() : QString();
+}
+
+// A step of the tour that must have worked; says which one did not.
+bool expect(bool done, const char* what)
+{
+    if (!done)
+        std::fprintf(stderr, "The tour's step did not work: %s\n", what);
+    return done;
+}
+
+bool idle()
+{
+    return programState().CommState == CommStates::Idle;
+}
+
+// The README's five-minute tour, done for real with the simulated meter: the commands the
+// tour names, the dialogs answered as it says, a picture at every step ("tour-<step>-...").
+// The workbook of step 5 is not written: its dialog is pictured and cancelled, so a run of
+// the script leaves nothing in the documents folder.
+bool runReadmeTour(frmMain& mainWindow, const QString& pictures)
+{
+    bool ok = true;
+    const QString folder = programFolder();
+
+    // 1. Watch the live reading: Monitor receive > Start, a few readings, Stop.
+    const QString before = monitorText(mainWindow);
+    mainWindow.runCommand(QStringLiteral("mnuMoniterStart"));
+    ok &= expect(waitFor([&] { return monitorText(mainWindow) != before; }, 10000), "the Monitor shows the meter's reading");
+    pause(2500);
+    ok &= save(&mainWindow, pictures, QStringLiteral("tour-1-monitor"));
+    mainWindow.runCommand(QStringLiteral("mnuMoniterStop"));
+    ok &= expect(waitFor(idle, 10000), "the operation ends after Stop");
+
+    // 2. Record: New with a reading every second for a minute, Start without forwarding.
+    onNextModal([&](QWidget* dialog) {
+        setText(dialog, "tbIday", QStringLiteral("00"));
+        setText(dialog, "tbIhour", QStringLiteral("00"));
+        setText(dialog, "tbImin", QStringLiteral("00"));
+        setText(dialog, "tbIsec", QStringLiteral("01"));
+        click(dialog, "obUser");
+        setText(dialog, "tbPday", QStringLiteral("00"));
+        setText(dialog, "tbPhour", QStringLiteral("00"));
+        setText(dialog, "tbPmin", QStringLiteral("01"));
+        setText(dialog, "tbPsec", QStringLiteral("00"));
+        ok &= save(dialog, pictures, QStringLiteral("tour-2-interval"));
+        click(dialog, "btOk");
+    });
+    mainWindow.runCommand(QStringLiteral("mnuRealtimeNew"));
+    DataDocument* recording = mainWindow.activeDocument();
+    onNextModal([&](QWidget* question) {
+        ok &= save(question, pictures, QStringLiteral("tour-2-forward-question"));
+        answer(question, QMessageBox::No);
+    });
+    mainWindow.runCommand(QStringLiteral("mnuRealtimeStart"));
+    ok &= expect(recording && waitFor([&] { return recording->GetDatacount() >= 8; }, 20000), "eight rows recorded");
+    ok &= save(&mainWindow, pictures, QStringLiteral("tour-2-recording"));
+    mainWindow.runCommand(QStringLiteral("mnuRealtimeStop"));
+    ok &= expect(waitFor(idle, 10000), "the operation ends after Stop");
+
+    // 3. Save As "tour".
+    onNextModal([&](QWidget* modal) {
+        chooseInFileDialog(modal, folder, QStringLiteral("tour"), QStringLiteral("tour-3-save-as"), pictures, &ok);
+    });
+    mainWindow.runCommand(QStringLiteral("mnuFileSaveAs"));
+    ok &= expect(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("tour.CSV"))), "tour.CSV saved");
+
+    // 4. Close the document, then Open tour.CSV again.
+    mainWindow.runCommand(QStringLiteral("mnuFileClose"));
+    settle();
+    onNextModal([&](QWidget* modal) {
+        chooseInFileDialog(modal, folder, QStringLiteral("tour.CSV"), QStringLiteral("tour-4-open"), pictures, &ok);
+    });
+    mainWindow.runCommand(QStringLiteral("mnuFileOpen"));
+    ok &= expect(mainWindow.activeDocument() != nullptr, "tour.CSV opened");
+    ok &= save(&mainWindow, pictures, QStringLiteral("tour-4-opened"));
+
+    // 5. Forward to a workbook: New, a title; the picture, then Cancel (see above).
+    onNextModal([&](QWidget* dialog) {
+        click(dialog, "obNew");
+        setText(dialog, "tbTitle", QStringLiteral("My first recording"));
+        ok &= save(dialog, pictures, QStringLiteral("tour-5-forward"));
+        click(dialog, "btCancel");
+    });
+    mainWindow.runCommand(QStringLiteral("mnuFileForward"));
+
+    // 6. Download the LOGGING memory: No to forwarding; the progress dialog while it runs.
+    onNextModal([](QWidget* question) { answer(question, QMessageBox::No); });
+    bool progressPictured = false;
+    QTimer watch;
+    watch.setInterval(10);
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+            auto* progress = qobject_cast<frmCancel*>(top);
+            if (progressPictured || !progress || !progress->isVisible())
+                continue;
+            // Some way into the 120 records ("40/ 120").
+            auto* count = progress->findChild<QLabel*>(QStringLiteral("DataCount"));
+            if (count && count->text().section(QLatin1Char('/'), 0, 0).trimmed().toInt() >= 40) {
+                progressPictured = save(progress, pictures, QStringLiteral("tour-6-download"));
+                watch.stop();
+            }
+        }
+    });
+    watch.start();
+    mainWindow.runCommand(QStringLiteral("mnuDataLoging"));
+    watch.stop();
+    ok &= expect(progressPictured, "a picture of the progress dialog");
+
+    ok &= save(&mainWindow, pictures, QStringLiteral("tour-6-downloaded"));
+    return ok;
 }
 
 // Answers No to every question: the tour's sample document is closed without saving.
@@ -190,8 +398,16 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
         publishing.stop();
     }
 
-    // The sample document is not to be kept: leave answering No to the save question.
+    // The README's tour, on a main window with only the Monitor (the sample document is
+    // not to be kept: it is closed answering No to the save question).
     DiscardingPrompter discarding;
+    mainWindow.setPrompter(&discarding);
+    if (auto* frame = qobject_cast<QMdiSubWindow*>(window->parentWidget()))
+        frame->close();
+    mainWindow.setPrompter(nullptr);
+    settle();
+    ok &= runReadmeTour(mainWindow, folder);
+
     mainWindow.setPrompter(&discarding);
     mainWindow.close();
     mainWindow.setPrompter(nullptr);
