@@ -481,11 +481,12 @@ private:
         else if (roll < 68)
             dropDownAndClose();
         else if (roll < 76)
-            activateChild();
+            clickTitleBar(QStyle::SC_TitleBarLabel);
         else if (roll < 82)
-            changeChildState();
+            clickTitleBar(m_dice.pick(QList<QStyle::SubControl>{QStyle::SC_TitleBarMaxButton, QStyle::SC_TitleBarMinButton,
+                                                                QStyle::SC_TitleBarNormalButton}));
         else if (roll < 85)
-            closeChild();
+            clickTitleBar(QStyle::SC_TitleBarCloseButton);
         else
             letTimePass(running);
         countOperations(before);
@@ -583,47 +584,25 @@ private:
 
     QList<QMdiSubWindow*> children() const { return m_window->mdiArea()->subWindowList(); }
 
-    // The child window operations go through the frames' title bars as a hand clicks them;
-    // a window whose title bar is covered cannot be reached, and the step does nothing.
-    void activateChild()
+    // The child windows' title bars, as a hand clicks them: the caption (which activates the
+    // window), or its maximise, minimise, restore or close box (a document with unsaved
+    // changes asks; the Monitor refuses while an operation runs). A window whose title bar
+    // is covered cannot be reached, and the step does nothing.
+    void clickTitleBar(QStyle::SubControl control)
     {
         const QList<QMdiSubWindow*> list = children();
         if (list.isEmpty())
             return;
         QMdiSubWindow* frame = m_dice.pick(list);
-        const bool reached = m_hand->clickTitle(frame);
-        log(QStringLiteral("click the title of %1%2").arg(describe(frame), reached ? QString() : QStringLiteral(" (out of reach)")));
-        settle();
-    }
-
-    void changeChildState()
-    {
-        const QList<QMdiSubWindow*> list = children();
-        if (list.isEmpty())
-            return;
-        QMdiSubWindow* frame = m_dice.pick(list);
-        const QList<std::pair<QStyle::SubControl, QString>> buttons = {
-            {QStyle::SC_TitleBarMaxButton, QStringLiteral("maximise")},
-            {QStyle::SC_TitleBarMinButton, QStringLiteral("minimise")},
-            {QStyle::SC_TitleBarNormalButton, QStringLiteral("restore")},
-        };
-        const auto& [button, name] = m_dice.pick(buttons);
+        static const QHash<int, QString> verbs = {{QStyle::SC_TitleBarLabel, QStringLiteral("click the title of")},
+                                                  {QStyle::SC_TitleBarMaxButton, QStringLiteral("maximise")},
+                                                  {QStyle::SC_TitleBarMinButton, QStringLiteral("minimise")},
+                                                  {QStyle::SC_TitleBarNormalButton, QStringLiteral("restore")},
+                                                  {QStyle::SC_TitleBarCloseButton, QStringLiteral("close")}};
         const QString what = describe(frame);
-        const bool reached = m_hand->clickTitleButton(frame, button);
-        log(QStringLiteral("%1 %2%3").arg(name, what, reached ? QString() : QStringLiteral(" (out of reach)")));
-        settle();
-    }
-
-    void closeChild()
-    {
-        const QList<QMdiSubWindow*> list = children();
-        if (list.isEmpty())
-            return;
-        QMdiSubWindow* frame = m_dice.pick(list);
-        const QString what = describe(frame);
-        // A document with unsaved changes asks; the Monitor refuses while an operation runs.
-        const bool reached = m_hand->clickTitleButton(frame, QStyle::SC_TitleBarCloseButton);
-        log(QStringLiteral("close %1%2").arg(what, reached ? QString() : QStringLiteral(" (out of reach)")));
+        const bool reached = control == QStyle::SC_TitleBarLabel ? m_hand->clickTitle(frame)
+                                                                 : m_hand->clickTitleButton(frame, control);
+        log(QStringLiteral("%1 %2%3").arg(verbs.value(control), what, reached ? QString() : QStringLiteral(" (out of reach)")));
         settle();
     }
 

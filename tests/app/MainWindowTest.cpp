@@ -740,12 +740,17 @@ TEST_F(MainWindowTest, EveryButtonRunsItsCommandWhateverTheStateOfItsMenuItem)
     ASSERT_TRUE(click("Save"));
     EXPECT_TRUE(QFile::exists(realtimeFile));
 
+    // A button whose command opens a dialog: the dialog opens (and is cancelled).
+    const auto opensItsDialog = [&](const char* key, const char* dialog) {
+        disableMenuItem(key);
+        int opened = 0;
+        answerDialog(dialog, "btCancel", &opened);
+        EXPECT_TRUE(click(key)) << key;
+        EXPECT_EQ(opened, 1) << key;
+    };
+
     // Forward: the Forward dialog.
-    disableMenuItem("Forward");
-    int forwardDialogs = 0;
-    answerDialog("frmForward", "btCancel", &forwardDialogs);
-    ASSERT_TRUE(click("Forward"));
-    EXPECT_EQ(forwardDialogs, 1);
+    opensItsDialog("Forward", "frmForward");
 
     // Start: the forwarding question (Cancel: nothing starts).
     disableMenuItem("Start");
@@ -765,16 +770,8 @@ TEST_F(MainWindowTest, EveryButtonRunsItsCommandWhateverTheStateOfItsMenuItem)
     }
 
     // Interval and Graph: their dialogs.
-    disableMenuItem("Interval");
-    int intervalDialogs = 0;
-    answerDialog("frmInterval", "btCancel", &intervalDialogs);
-    ASSERT_TRUE(click("Interval"));
-    EXPECT_EQ(intervalDialogs, 1);
-    disableMenuItem("Graph");
-    int graphDialogs = 0;
-    answerDialog("frmSetting", "btCancel", &graphDialogs);
-    ASSERT_TRUE(click("Graph"));
-    EXPECT_EQ(graphDialogs, 1);
+    opensItsDialog("Interval", "frmInterval");
+    opensItsDialog("Graph", "frmSetting");
 
     // Moniter: the Monitor window shown.
     disableMenuItem("Moniter");
@@ -788,12 +785,9 @@ TEST_F(MainWindowTest, EveryButtonRunsItsCommandWhateverTheStateOfItsMenuItem)
     EXPECT_EQ(prompter.messages.size(), before + 1);
 
     // New: a new realtime document with its Interval dialog.
-    disableMenuItem("New");
-    answerDialog("frmInterval", "btCancel", &intervalDialogs);
     const qsizetype documents = window->openDocuments().size();
-    ASSERT_TRUE(click("New"));
+    opensItsDialog("New", "frmInterval");
     EXPECT_EQ(window->openDocuments().size(), documents + 1);
-    EXPECT_EQ(intervalDialogs, 2);
 }
 
 TEST_F(MainWindowTest, AfterAMonitorSessionTheMonitorStartButtonStartsItAgain)

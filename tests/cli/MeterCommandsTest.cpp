@@ -28,6 +28,18 @@ using namespace quvo::test;
 
 namespace {
 
+// The simulated meter in a process of its own, with these options: its device, or an empty
+// text when it did not start.
+QString startMeterProcess(QProcess& meter, const QStringList& options)
+{
+    meter.start(builtProgram(QStringLiteral("tools/metersim/quvolink-metersim")), options);
+    if (!meter.waitForStarted(10000))
+        return {};
+    while (!meter.canReadLine() && meter.waitForReadyRead(10000)) {
+    }
+    return QString::fromLocal8Bit(meter.readLine()).trimmed();
+}
+
 struct Outcome {
     int exitCode = -1;
     QString out;
@@ -182,12 +194,7 @@ TEST_F(MeterCommandsTest, AFailedDownloadSavesTheRowsReadSoFar)
     // A meter in another process whose cable is pulled after the start sequence, "RN",
     // "RI" and four records.
     QProcess meter;
-    meter.start(builtProgram(QStringLiteral("tools/metersim/quvolink-metersim")),
-                {QStringLiteral("--disconnect-after"), QStringLiteral("9")});
-    ASSERT_TRUE(meter.waitForStarted(10000));
-    while (!meter.canReadLine() && meter.waitForReadyRead(10000)) {
-    }
-    const QString device = QString::fromLocal8Bit(meter.readLine()).trimmed();
+    const QString device = startMeterProcess(meter, {QStringLiteral("--disconnect-after"), QStringLiteral("9")});
     ASSERT_FALSE(device.isEmpty());
 
     const QString file = path(QStringLiteral("partial.csv"));
@@ -206,11 +213,7 @@ TEST_F(MeterCommandsTest, AFailedDownloadSavesTheRowsReadSoFar)
 TEST_F(MeterCommandsTest, ADownloadFromAnUnsupportedModelSaysSo)
 {
     QProcess meter;
-    meter.start(builtProgram(QStringLiteral("tools/metersim/quvolink-metersim")), {QStringLiteral("--model"), QStringLiteral("7")});
-    ASSERT_TRUE(meter.waitForStarted(10000));
-    while (!meter.canReadLine() && meter.waitForReadyRead(10000)) {
-    }
-    const QString device = QString::fromLocal8Bit(meter.readLine()).trimmed();
+    const QString device = startMeterProcess(meter, {QStringLiteral("--model"), QStringLiteral("7")});
     ASSERT_FALSE(device.isEmpty());
 
     const QString file = path(QStringLiteral("unsupported.csv"));
