@@ -17,6 +17,7 @@ const MenuDefinition Menus[] = {
       {"mnuFileSaveAs", Res::MenuFileSaveAs},
       {"mnuFileBar2", 0},
       {"mnuFileForward", Res::MenuFileForward},
+      {"mnuFileExport", Res::MenuFileExport},
       {"mnuFileBar3", 0},
       {"mnuFileExit", Res::MenuFileExit}}},
     {"mnuRealtime", Res::MenuRealtime,

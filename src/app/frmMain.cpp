@@ -179,6 +179,10 @@ void frmMain::buildMenus()
     on("mnuFileSave", &frmMain::mnuFileSave);
     on("mnuFileSaveAs", &frmMain::mnuFileSaveAs);
     on("mnuFileForward", &frmMain::mnuFileForward);
+    on("mnuFileExport", [this] {
+        if (frmData* window = activeDataWindow())
+            window->exportChart();
+    });
     on("mnuFileExit", [this] { close(); });
     on("mnuRealtimeNew", [this] { m_realtime->mnuRealtimeNew(); });
     on("mnuRealtimeStart", [this] { m_realtime->mnuRealtimeStart(); });
@@ -570,6 +574,7 @@ void frmMain::onFileMenu()
     action(QStringLiteral("mnuFileSave"))->setEnabled(state.save);
     action(QStringLiteral("mnuFileSaveAs"))->setEnabled(state.saveAs);
     action(QStringLiteral("mnuFileForward"))->setEnabled(state.forward);
+    action(QStringLiteral("mnuFileExport"))->setEnabled(window != nullptr);
 }
 
 void frmMain::onSetupMenu()

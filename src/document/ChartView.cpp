@@ -1,13 +1,23 @@
 #include "document/ChartView.h"
 
+#include "document/ChartReadout.h"
 #include "document/DataDocument.h"
+#include "resources/ResID.h"
 #include "resources/TextNumber.h"
 
+#include <QApplication>
+#include <QContextMenuEvent>
 #include <QFontMetrics>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QRubberBand>
+#include <QToolTip>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace quvo {
 
@@ -15,6 +25,13 @@ namespace {
 
 // Marks of the category axis closer than this are spread apart.
 constexpr double MinimumTickPixels = 8;
+
+// The cursor reads a reading up to this far from it along the time axis, in pixels.
+constexpr double ReadoutReachPixels = 24;
+// One step of a sideways wheel moves the view by this share of the span shown.
+constexpr double WheelPanShare = 0.1;
+// Wheel angle of one step, in eighths of a degree.
+constexpr double WheelStepAngle = 120;
 
 // Key to pixel of a linear axis as one multiplication and one addition (the axis's own
 // conversion checks its orientation and scale for every point).
@@ -477,6 +494,17 @@ ChartView::ChartView(QWidget* parent) : QCustomPlot(parent)
 
     xAxis->setRange(0.5, 20.5);
     yAxis->setRange(0, 10);
+
+    // The mark of the reading under the cursor, on the layer that is drawn on its own, so
+    // that moving it does not draw the readings again.
+    m_mark = new QCPItemTracer(this);
+    m_mark->setLayer(QStringLiteral("overlay"));
+    m_mark->setStyle(QCPItemTracer::tsCircle);
+    m_mark->setSize(11);
+    m_mark->setVisible(false);
+    m_mark->position->setAxes(xAxis, yAxis);
+    setMouseTracking(true);
+
     applyColours();
     applyFont();
 }
@@ -502,6 +530,8 @@ void ChartView::applyColours()
     m_max->setScatterStyle(QCPScatterStyle(QCPScatterStyle::ssTriangle, c.max, c.max, 6));
     m_min->setPen(QPen(c.min, 1));
     m_min->setScatterStyle(QCPScatterStyle(QCPScatterStyle::ssTriangleInverted, c.min, c.min, 6));
+    m_mark->setPen(QPen(c.text, 2));
+    m_mark->setBrush(Qt::NoBrush);
 }
 
 void ChartView::applyFont()
@@ -603,6 +633,8 @@ void ChartView::refresh()
     updateData();
     updateAxes();
     replot(QCustomPlot::rpQueuedReplot);
+    if (m_hovering)
+        showReadout(m_hoverPosition); // the point under the cursor may show another reading now
 }
 
 void ChartView::refreshNow()
@@ -660,22 +692,247 @@ void ChartView::updateAxes()
     const AxisX& x = m_document->axisX();
     m_xTicker->setDivisions(x.automatic, x.perLabel, x.perTick);
     m_xTicker->setCategories(f.pointCount, f.shownCount);
-    xAxis->setRange(0.5, std::max(1, f.pointCount) + 0.5);
 
+    // The view: the whole chart window and the document's scale unless zoomed into.
+    m_zoom.follow(f.pointCount, {f.yMinimum, f.yMaximum});
+    const AxisSpan time = m_zoom.time();
+    const AxisSpan value = m_zoom.value();
+    xAxis->setRange(time.lower, time.upper);
+
+    // A value axis zoomed into gets the chart's own readable steps: the custom divisions
+    // are spread over the document's whole scale.
     const AxisY& y = m_document->axisY();
+    const bool valueZoomed = m_zoom.valueZoomed();
     for (const auto& ticker : {m_yTicker, m_y2Ticker}) {
-        ticker->setScale(y.automatic, y.minimum, y.maximum, y.major, y.minor);
-        ticker->setLabelFormat(y.labelFormat);
+        ticker->setScale(y.automatic || valueZoomed, y.minimum, y.maximum, y.major, y.minor);
+        ticker->setLabelFormat(valueZoomed ? QString() : y.labelFormat);
     }
-    yAxis->setRange(f.yMinimum, f.yMaximum);
-    yAxis2->setRange(f.yMinimum, f.yMaximum);
+    yAxis->setRange(value.lower, value.upper);
+    yAxis2->setRange(value.lower, value.upper);
 
     // Smooth edges cost most of a redraw when the line is drawn per pixel column; there
     // they are not seen anyway.
-    const bool dense = f.pointCount > std::max(1, axisRect()->width());
+    const bool dense = time.size() > std::max(1, axisRect()->width());
     m_line->setAntialiased(!dense);
     m_max->setAntialiasedScatters(!dense);
     m_min->setAntialiasedScatters(!dense);
+}
+
+// --- Looking closer ------------------------------------------------------------------------------
+
+void ChartView::applyView()
+{
+    updateAxes();
+    replot(QCustomPlot::rpQueuedReplot);
+    if (m_hovering)
+        showReadout(m_hoverPosition);
+    emit viewChanged();
+}
+
+void ChartView::resetView()
+{
+    if (!m_zoom.isZoomed())
+        return;
+    m_zoom.reset();
+    applyView();
+}
+
+void ChartView::wheelEvent(QWheelEvent* event)
+{
+    if (!m_document) {
+        event->ignore();
+        return;
+    }
+    const QPoint angle = event->angleDelta();
+    const bool sideways = angle.x() != 0 || event->modifiers().testFlag(Qt::ShiftModifier);
+    if (sideways) {
+        // A sideways wheel (or Shift with the wheel) moves along the time axis.
+        const double steps = (angle.x() != 0 ? angle.x() : angle.y()) / WheelStepAngle;
+        m_zoom.pan(-steps * WheelPanShare * xAxis->range().size(), 0);
+    } else {
+        m_zoom.wheel(angle.y() / WheelStepAngle, xAxis->pixelToCoord(event->position().x()));
+    }
+    event->accept();
+    applyView();
+}
+
+QRect ChartView::rectangleOf(const QPoint& from, const QPoint& to) const
+{
+    return QRect(from, to).normalized().intersected(axisRect()->rect());
+}
+
+void ChartView::mousePressEvent(QMouseEvent* event)
+{
+    QCustomPlot::mousePressEvent(event);
+    if (event->button() != Qt::LeftButton || !m_document || !axisRect()->rect().contains(event->position().toPoint()))
+        return;
+    m_pressPosition = m_lastPosition = event->position().toPoint();
+    const bool rectangle = event->modifiers() & (Qt::ControlModifier | Qt::ShiftModifier);
+    m_drag = rectangle ? Drag::Rectangle : Drag::Pressed;
+    hideReadout();
+}
+
+void ChartView::mouseMoveEvent(QMouseEvent* event)
+{
+    QCustomPlot::mouseMoveEvent(event);
+    const QPoint position = event->position().toPoint();
+    switch (m_drag) {
+    case Drag::None:
+        m_hovering = true;
+        m_hoverPosition = position;
+        showReadout(position);
+        return;
+    case Drag::Pressed:
+        if ((position - m_pressPosition).manhattanLength() < QApplication::startDragDistance())
+            return;
+        m_drag = Drag::Move;
+        setCursor(Qt::ClosedHandCursor);
+        [[fallthrough]];
+    case Drag::Move: {
+        // The chart follows the hand: the point under the cursor stays under it.
+        const double time = xAxis->pixelToCoord(m_lastPosition.x()) - xAxis->pixelToCoord(position.x());
+        const double value = yAxis->pixelToCoord(m_lastPosition.y()) - yAxis->pixelToCoord(position.y());
+        m_lastPosition = position;
+        m_zoom.pan(time, value);
+        applyView();
+        return;
+    }
+    case Drag::Rectangle:
+        if (!m_band) {
+            m_band = new QRubberBand(QRubberBand::Rectangle, this);
+            m_band->setObjectName(QStringLiteral("chartZoomRectangle"));
+        }
+        m_band->setGeometry(rectangleOf(m_pressPosition, position));
+        m_band->show();
+        return;
+    }
+}
+
+void ChartView::mouseReleaseEvent(QMouseEvent* event)
+{
+    QCustomPlot::mouseReleaseEvent(event);
+    if (event->button() != Qt::LeftButton)
+        return;
+    const Drag drag = std::exchange(m_drag, Drag::None);
+    unsetCursor();
+    if (m_band)
+        m_band->hide();
+    if (drag != Drag::Rectangle)
+        return;
+    const QRect r = rectangleOf(m_pressPosition, event->position().toPoint());
+    // A rectangle of a few pixels is a click that slipped, not a choice.
+    const int least = QApplication::startDragDistance();
+    if (r.width() < least || r.height() < least)
+        return;
+    m_zoom.zoomTo({xAxis->pixelToCoord(r.left()), xAxis->pixelToCoord(r.right())},
+                  {yAxis->pixelToCoord(r.bottom()), yAxis->pixelToCoord(r.top())});
+    applyView();
+}
+
+void ChartView::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    QCustomPlot::mouseDoubleClickEvent(event);
+    if (event->button() == Qt::LeftButton)
+        resetView();
+}
+
+void ChartView::contextMenuEvent(QContextMenuEvent* event)
+{
+    hideReadout();
+    QMenu menu(this);
+    menu.setObjectName(QStringLiteral("chartMenu"));
+    QAction* reset = menu.addAction(ResID(Res::ResetView));
+    reset->setObjectName(QStringLiteral("mnuChartResetView"));
+    reset->setEnabled(m_zoom.isZoomed());
+    QAction* save = menu.addAction(ResID(Res::ExportChartItem));
+    save->setObjectName(QStringLiteral("mnuChartExport"));
+    save->setEnabled(m_document != nullptr);
+    QAction* chosen = menu.exec(event->globalPos());
+    if (chosen == reset)
+        resetView();
+    else if (chosen == save)
+        emit exportRequested();
+}
+
+void ChartView::leaveEvent(QEvent* event)
+{
+    QCustomPlot::leaveEvent(event);
+    m_hovering = false;
+    hideReadout();
+}
+
+// --- The reading under the cursor ---------------------------------------------------------------
+
+void ChartView::showReadout(const QPoint& position)
+{
+    int point = 0;
+    if (m_document && axisRect()->rect().contains(position)) {
+        const QCPRange shown = xAxis->range();
+        const QCPRange values = yAxis->range();
+        const double pixelsPerPoint = axisRect()->width() / std::max(shown.size(), 1e-9);
+        // A reading on the edge of the value scale (the automatic scale ends on MAX and MIN)
+        // is in view.
+        const double edge = values.size() * 0.01;
+        const ReadableArea area{static_cast<int>(std::ceil(shown.lower)), static_cast<int>(std::floor(shown.upper)),
+                                values.lower - edge, values.upper + edge};
+        point = nearestReading(m_document->chartValues(), xAxis->pixelToCoord(position.x()), area,
+                               ReadoutReachPixels / std::max(pixelsPerPoint, 1e-9));
+    }
+    if (point == 0) {
+        hideReadout();
+        return;
+    }
+    const int row = m_document->chart().firstRow + point - 1;
+    const QString text = readoutText(*m_document, row);
+    const double value = m_document->chartValue(point);
+    const bool moved = !m_mark->visible() || m_mark->position->key() != point || m_mark->position->value() != value;
+    if (moved) {
+        m_mark->position->setCoords(point, value);
+        m_mark->setVisible(true);
+        m_mark->layer()->replot();
+    }
+    if (text != m_readout || row != m_readoutRow || !QToolTip::isVisible())
+        QToolTip::showText(mapToGlobal(position), text, this);
+    m_readoutRow = row;
+    m_readout = text;
+}
+
+void ChartView::hideReadout()
+{
+    if (m_mark->visible()) {
+        m_mark->setVisible(false);
+        m_mark->layer()->replot();
+    }
+    if (m_readoutRow != 0)
+        QToolTip::hideText();
+    m_readoutRow = 0;
+    m_readout.clear();
+}
+
+// --- Pictures -----------------------------------------------------------------------------------
+
+void ChartView::drawPicture(QCPPainter& painter, const QSize& size, const QString& title)
+{
+    const bool markShown = m_mark->visible();
+    m_mark->setVisible(false);
+    QCPTextElement* heading = nullptr;
+    if (!title.isEmpty()) {
+        QFont font = this->font();
+        font.setBold(true);
+        font.setPointSizeF(font.pointSizeF() > 0 ? font.pointSizeF() * 1.2 : 11);
+        plotLayout()->insertRow(0);
+        heading = new QCPTextElement(this, title, font);
+        heading->setTextColor(m_colours.text);
+        plotLayout()->addElement(0, 0, heading);
+    }
+    toPainter(&painter, size.width(), size.height());
+    if (heading) {
+        plotLayout()->remove(heading);
+        plotLayout()->simplify();
+    }
+    m_mark->setVisible(markShown);
+    // The layout back to the widget's own size.
+    replot(QCustomPlot::rpQueuedReplot);
 }
 
 } // namespace quvo

@@ -15,8 +15,21 @@
 // data containers and only their values are rewritten; the category axis makes tick labels
 // only for the categories it labels (never one per point); and series 1 is thinned per pixel
 // column while keeping every gap.
+//
+// Beyond the chart's original behaviour, which stays its default view, the person can look
+// closer (the rules are ChartZoom's):
+//   - the mouse wheel zooms the time axis around the cursor (a sideways wheel, or the wheel
+//     with Shift, moves the view along it);
+//   - a drag with the left button moves the view;
+//   - a drag with Ctrl (or Shift) held draws a rectangle and zooms into it on both axes;
+//   - a double-click, or "Reset view" in the context menu, returns to the default view;
+//   - hovering over the line marks the nearest reading and shows its number, time, value
+//     and unit in a tool tip;
+//   - "Export chart..." in the context menu asks for a picture of the chart (exportRequested).
+// None of them changes the document.
 
 #include "document/ChartColours.h"
+#include "document/ChartZoom.h"
 #include "document/DataDocument.h"
 
 #include <QPointer>
@@ -25,6 +38,8 @@
 #include <qcustomplot.h>
 
 #include <functional>
+
+class QRubberBand;
 
 namespace quvo {
 
@@ -172,18 +187,51 @@ public:
     // The colours in use (from the palette, see ChartColours.h).
     const ChartColours& colours() const { return m_colours; }
 
+    // The part of the chart window shown (the default view unless zoomed), and the way back
+    // to the default view.
+    const ChartZoom& zoom() const { return m_zoom; }
+    void resetView();
+
+    // The reading under the cursor: its grid row (0: none) and the text of its tool tip.
+    int readoutRow() const { return m_readoutRow; }
+    const QString& readout() const { return m_readout; }
+
+    // Draws the chart as it is shown now, with `title` (when not empty) in a line above it,
+    // laid out for `size` pixels, into an active painter: the picture of an export. The
+    // cursor's mark is left out.
+    void drawPicture(QCPPainter& painter, const QSize& size, const QString& title);
+
+signals:
+    // "Export chart..." was chosen in the context menu.
+    void exportRequested();
+    // The part of the chart window shown changed (zoom, move, reset).
+    void viewChanged();
+
 protected:
     // Lays the chart out; again when the ticks were made for another axis length.
     void updateLayout() override;
     void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void leaveEvent(QEvent* event) override;
 
 private:
+    enum class Drag { None, Pressed, Move, Rectangle };
+
     void updateData();
     void updateAxes();
     void applyColours();
     void applyFont();
     void keepRoomForLabels();
+    void applyView();
+    void showReadout(const QPoint& position);
+    void hideReadout();
+    QRect rectangleOf(const QPoint& from, const QPoint& to) const;
 
     QPointer<DataDocument> m_document;
     GapGraph* m_line = nullptr;
@@ -199,6 +247,17 @@ private:
     float m_minValue = 0;
     bool m_maxFilled = false;
     bool m_minFilled = false;
+
+    ChartZoom m_zoom;
+    Drag m_drag = Drag::None;
+    QPoint m_pressPosition;
+    QPoint m_lastPosition;
+    QRubberBand* m_band = nullptr;
+    QCPItemTracer* m_mark = nullptr; // the reading under the cursor
+    int m_readoutRow = 0;
+    QString m_readout;
+    bool m_hovering = false;
+    QPoint m_hoverPosition;
 };
 
 } // namespace quvo

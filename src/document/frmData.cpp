@@ -3,14 +3,18 @@
 #include "document/ChartView.h"
 #include "document/DataDocument.h"
 #include "document/DocumentTableModel.h"
+#include "document/RowsText.h"
 #include "document/StatusPanel.h"
 #include "document/WidestTexts.h"
+#include "document/frmExport.h"
 #include "resources/ProgramState.h"
 #include "resources/Prompter.h"
 #include "resources/ResID.h"
 #include "resources/Twips.h"
 
 #include <QAbstractButton>
+#include <QAction>
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QFontMetrics>
 #include <QGuiApplication>
@@ -180,7 +184,8 @@ void frmData::build()
     m_grid = new DataGrid(this);
     m_grid->setObjectName(QStringLiteral("fgData"));
     m_grid->setModel(m_model);
-    m_grid->setSelectionMode(QAbstractItemView::SingleSelection);
+    // Any cells may be selected; Copy takes the whole rows they are in.
+    m_grid->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_grid->setSelectionBehavior(QAbstractItemView::SelectItems);
     m_grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_grid->setVerticalScrollMode(QAbstractItemView::ScrollPerItem);
@@ -200,8 +205,18 @@ void frmData::build()
     if (auto* corner = m_grid->findChild<QAbstractButton*>())
         corner->installEventFilter(this);
 
+    // Ctrl+C and the grid's context menu copy the selected rows.
+    m_copy = new QAction(ResID(Res::CopyRows), m_grid);
+    m_copy->setObjectName(QStringLiteral("mnuGridCopy"));
+    m_copy->setShortcut(QKeySequence::Copy);
+    m_copy->setShortcutContext(Qt::WidgetShortcut);
+    m_grid->addAction(m_copy);
+    m_grid->setContextMenuPolicy(Qt::ActionsContextMenu);
+    connect(m_copy, &QAction::triggered, this, &frmData::copyRows);
+
     m_chart = new ChartView(this);
     m_chart->setDocument(m_document);
+    connect(m_chart, &ChartView::exportRequested, this, &frmData::exportChart);
 
     m_scroll = new QScrollBar(Qt::Horizontal, this);
     m_scroll->setObjectName(QStringLiteral("sbData"));
@@ -445,6 +460,33 @@ void frmData::relayout()
     m_chart->setGeometry(pixels(m_placement.chart));
     m_scroll->setGeometry(pixels(m_placement.scroll));
     m_progress->setGeometry(pixels(m_placement.progress));
+}
+
+// --- Copy and export ---------------------------------------------------------------------------
+
+QList<int> frmData::selectedRows() const
+{
+    QList<int> rows;
+    const QModelIndexList selected = m_grid->selectionModel()->selectedIndexes();
+    for (const QModelIndex& index : selected)
+        rows << DocumentTableModel::gridRow(index.row());
+    if (rows.isEmpty() && m_grid->currentIndex().isValid())
+        rows << DocumentTableModel::gridRow(m_grid->currentIndex().row());
+    return rows;
+}
+
+void frmData::copyRows()
+{
+    const QList<int> rows = selectedRows();
+    if (!rows.isEmpty())
+        QGuiApplication::clipboard()->setText(rowsAsText(*m_document, rows));
+}
+
+void frmData::exportChart()
+{
+    RefusingPrompter refusing;
+    frmExport dialog(m_chart, m_prompter ? m_prompter : &refusing, this);
+    dialog.exec();
 }
 
 // --- Close -----------------------------------------------------------------------------------

@@ -23,6 +23,7 @@
 
 #include <functional>
 
+class QAction;
 class QProgressBar;
 class QScrollBar;
 class QTableView;
@@ -68,6 +69,13 @@ public:
     // holds: a data file that was opened carries them. The window is made no larger than
     // the room it has (the main window's document area, or the screen).
     void applyDocumentSize();
+
+    // Beyond the original window: Copy puts the selected rows of the grid (every row with a
+    // selected cell, else the current row) on the clipboard as tab-separated text with the
+    // heading row; Ctrl+C in the grid and its context menu run it. exportChart shows the
+    // Export chart dialog for the chart (File > Export chart... and the chart's context menu).
+    void copyRows();
+    void exportChart();
 
     // The width a new window is given, in twips: the designed width, or more where the
     // font needs it for the widest MAX, MIN and AVG texts.
@@ -115,6 +123,7 @@ private:
     void onPanelTextChanged(const QString& key, const QString& text);
     void onUserScroll(int value);
     void rememberNormalSize();
+    QList<int> selectedRows() const;
 
     DataDocument* m_document = nullptr;
     DocumentTableModel* m_model = nullptr;
@@ -122,6 +131,7 @@ private:
     ChartView* m_chart = nullptr;
     QScrollBar* m_scroll = nullptr;
     QProgressBar* m_progress = nullptr;
+    QAction* m_copy = nullptr;
     QWidget* m_statusBars[3] = {nullptr, nullptr, nullptr};
     QPointer<QWidget> m_frame;
     Prompter* m_prompter = nullptr;

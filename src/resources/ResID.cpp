@@ -152,6 +152,27 @@ const QHash<int, QString>& table()
         {Res::ReceiveLoggingMode, QStringLiteral("Receive LOGGING-mode data")},
 
         {Res::MenuSetupPublishing, QStringLiteral("&Publishing...")},
+        {Res::MenuFileExport, QStringLiteral("Export c&hart...")},
+        {Res::ResetView, QStringLiteral("&Reset view")},
+        {Res::ExportChartItem, QStringLiteral("&Export chart...")},
+        {Res::CopyRows, QStringLiteral("&Copy")},
+        {Res::ExportCaption, QStringLiteral("Export chart")},
+        {Res::ExportFile, QStringLiteral("File")},
+        {Res::ExportTitle, QStringLiteral("Title")},
+        {Res::ExportSize, QStringLiteral("Size")},
+        {Res::ExportScreenSize, QStringLiteral("As on the screen (%1 x %2 pixels)")},
+        {Res::ExportWidth, QStringLiteral("Width")},
+        {Res::ExportHeight, QStringLiteral("Height")},
+        {Res::ExportPixels, QStringLiteral("pixels")},
+        {Res::ExportSave, QStringLiteral("&Save")},
+        {Res::ChartFiles,
+         QStringLiteral("PNG image (*.png)|*.png|SVG drawing (*.svg)|*.svg|PDF document (*.pdf)|*.pdf|")},
+        {Res::UnknownChartFormat,
+         QStringLiteral("A chart is saved as a PNG image (.png), an SVG drawing (.svg) or a PDF document (.pdf).")},
+        {Res::ExportSizeRange, QStringLiteral("Width and height are whole numbers of pixels from %1 to %2.")},
+        {Res::ReplaceFile, QStringLiteral("This file already exists. Do you want to replace it?")},
+        {Res::ChartNotSaved, QStringLiteral("The chart could not be saved.")},
+        {Res::NoExportFile, QStringLiteral("Enter the name of the file to save the chart in.")},
     };
     return texts;
 }

@@ -149,6 +149,26 @@ enum Id : int {
     ReceiveLoggingMode = 307,
     // Beyond the original program
     MenuSetupPublishing = 400,
+    // Chart tools: zoom, cursor readout, export, copy of table rows
+    MenuFileExport = 540,
+    ResetView = 541,
+    ExportChartItem = 542,
+    CopyRows = 543,
+    ExportCaption = 544,
+    ExportFile = 545,
+    ExportTitle = 546,
+    ExportSize = 547,
+    ExportScreenSize = 548,
+    ExportWidth = 549,
+    ExportHeight = 550,
+    ExportPixels = 551,
+    ExportSave = 552,
+    ChartFiles = 553,
+    UnknownChartFormat = 554,
+    ExportSizeRange = 555,
+    ReplaceFile = 556,
+    ChartNotSaved = 557,
+    NoExportFile = 558,
 };
 } // namespace Res
 
