@@ -21,6 +21,10 @@ struct CliCommand {
     QString summary;  // one line for the general help
     // Runs with the arguments after the command's name; returns the exit code.
     std::function<int(const QStringList& arguments)> run;
+    // The command draws with the chart widget: the program then runs with a graphical
+    // application object on the offscreen platform (no display needed). Every other command
+    // runs without one.
+    bool drawsCharts = false;
 };
 
 const std::vector<CliCommand>& cliCommands();
@@ -39,5 +43,6 @@ int runRecover(const QStringList& arguments);
 int runForward(const QStringList& arguments);
 int runDecode(const QStringList& arguments);
 int runSimulate(const QStringList& arguments);
+int runPlot(const QStringList& arguments);
 
 } // namespace quvo::cli

@@ -5,9 +5,9 @@
 // left, "Canceled." is shown and the exit code is 1.
 
 #include "cli/CliCommand.h"
+#include "cli/DataFileDocument.h"
 #include "cli/ForwardOptions.h"
 #include "acquisition/CancelDialog.h"
-#include "cli/ProgramFolder.h"
 #include "cli/SignalWatcher.h"
 #include "document/DataDocument.h"
 #include "forward/Forward.h"
@@ -27,24 +27,6 @@
 namespace quvo::cli {
 
 namespace {
-
-// Message boxes written to stderr (line breaks as "\n"), counted.
-class CountingErrorPrompter : public Prompter {
-public:
-    PromptAnswer message(const QString& text, PromptButtons, PromptIcon, PromptAnswer defaultAnswer) override
-    {
-        QString shown = text;
-        shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-        printError(shown + QLatin1Char('\n'));
-        ++m_count;
-        return defaultAnswer;
-    }
-    QString chooseFile(const FileDialogRequest&) override { return {}; }
-    int count() const { return m_count; }
-
-private:
-    int m_count = 0;
-};
 
 // The progress dialog on a terminal: one line on stderr, redrawn in place. Nothing at
 // all when stderr is not a terminal (a log file gets no progress lines).
@@ -146,16 +128,9 @@ int runForward(const QStringList& arguments)
     ProgramState& state = programState();
     QObject::connect(&watcher, &SignalWatcher::interrupted, [&cancel] { cancel.cancel({}); });
 
-    if (!useProgramFolder(error)) {
-        printError(error + QLatin1Char('\n'));
-        return ExitFailed;
-    }
-
-    CountingErrorPrompter prompter;
+    ErrorStreamPrompter prompter;
     DataDocument document;
-    document.setPrompter(&prompter);
-    document.OpenNew(DataDocument::KindBeforeOpen);
-    if (!document.OpenFile(files.first()))
+    if (!openDataFile(document, prompter, files.first()))
         return ExitFailed; // the document showed why
     if (document.GetDatacount() == 0) {
         printError(QStringLiteral("\"%1\" holds no readings; there is nothing to forward.\n")

@@ -2,28 +2,14 @@
 // MAX, MIN and AVG texts and its reading count.
 
 #include "cli/CliCommand.h"
-#include "cli/ProgramFolder.h"
+#include "cli/DataFileDocument.h"
 #include "document/DataDocument.h"
-#include "resources/Prompter.h"
 
 #include <QCommandLineParser>
 
 namespace quvo::cli {
 
 namespace {
-
-// The document's message boxes, written to stderr (line breaks as "\n").
-class ErrorStreamPrompter : public Prompter {
-public:
-    PromptAnswer message(const QString& text, PromptButtons, PromptIcon, PromptAnswer defaultAnswer) override
-    {
-        QString shown = text;
-        shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-        printError(shown + QLatin1Char('\n'));
-        return defaultAnswer;
-    }
-    QString chooseFile(const FileDialogRequest&) override { return {}; }
-};
 
 const char* const StatsHelp =
     "Usage: quvolink-cli stats FILE\n"
@@ -69,16 +55,9 @@ int runStats(const QStringList& arguments)
         return ExitUsage;
     }
 
-    QString error;
-    if (!useProgramFolder(error)) {
-        printError(error + QLatin1Char('\n'));
-        return ExitFailed;
-    }
     ErrorStreamPrompter prompter;
     DataDocument document;
-    document.setPrompter(&prompter);
-    document.OpenNew(DataDocument::KindBeforeOpen);
-    if (!document.OpenFile(files.first()))
+    if (!openDataFile(document, prompter, files.first()))
         return ExitFailed;
 
     printOut(QStringLiteral("MAX ") + document.GetDispmax(true) + QLatin1Char('\n'));
