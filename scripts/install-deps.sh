@@ -12,7 +12,7 @@ packages=(
   xvfb xauth socat python3-openpyxl locales fonts-dejavu-core
   librsvg2-bin desktop-file-utils appstream file groff-base
   libmosquitto-dev mosquitto mosquitto-clients openssl
-  libreoffice-calc-nogui poppler-utils
+  libreoffice-calc-nogui poppler-utils libxml2-utils
 )
 if [ "${1:-}" = --fuzz ]; then
   packages+=(clang libclang-rt-14-dev)

@@ -2,6 +2,10 @@
 // enabling rules for every kind of active window and every link state, the close refusal,
 // the placement kept between runs, and a recording and a download against the simulated
 // meter driven through the menus.
+
+// Mouse events go through the window as the platform delivers them (WidgetSteps.h).
+#define QTEST_QPA_MOUSE_HANDLING
+
 #include "app/frmMain.h"
 
 #include "acquisition/IntervalRules.h"
@@ -17,6 +21,7 @@
 #include "resources/ProgramState.h"
 #include "support/ScriptedPrompter.h"
 #include "support/TestHelpers.h"
+#include "support/WidgetSteps.h"
 
 #include "WindowHand.h"
 
@@ -27,7 +32,9 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QDir>
 #include <QMdiArea>
+#include <QMenuBar>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QPushButton>
@@ -178,6 +185,7 @@ TEST_F(MainWindowTest, MenusCarryTheirNamesAndCaptions)
         {"mnuFileSave", "&Save"},
         {"mnuFileSaveAs", "Save &As..."},
         {"mnuFileForward", "&Forward to Microsoft Excel..."},
+        {"mnuFileExport", "Export c&hart..."},
         {"mnuFileExit", "E&xit"},
         {"mnuRealtime", "&Realtime data receive"},
         {"mnuRealtimeNew", "&New"},
@@ -251,7 +259,7 @@ TEST_F(MainWindowTest, TheFileMenuWithoutAChildOffersOpenAndExitOnly)
     dropDown("mnuFile");
     EXPECT_TRUE(item("mnuFileOpen")->isEnabled());
     EXPECT_TRUE(item("mnuFileExit")->isEnabled());
-    for (const char* name : {"mnuFileClose", "mnuFileSave", "mnuFileSaveAs", "mnuFileForward"})
+    for (const char* name : {"mnuFileClose", "mnuFileSave", "mnuFileSaveAs", "mnuFileForward", "mnuFileExport"})
         EXPECT_FALSE(item(name)->isEnabled()) << name;
 }
 
@@ -262,8 +270,35 @@ TEST_F(MainWindowTest, TheFileMenuWithOnlyTheMonitorOffersOpenAndExitOnly)
     dropDown("mnuFile");
     EXPECT_TRUE(item("mnuFileOpen")->isEnabled());
     EXPECT_TRUE(item("mnuFileExit")->isEnabled());
-    for (const char* name : {"mnuFileClose", "mnuFileSave", "mnuFileSaveAs", "mnuFileForward"})
+    for (const char* name : {"mnuFileClose", "mnuFileSave", "mnuFileSaveAs", "mnuFileForward", "mnuFileExport"})
         EXPECT_FALSE(item(name)->isEnabled()) << name;
+}
+
+TEST_F(MainWindowTest, FileExportChartSavesThePictureOfTheActiveDocumentsChart)
+{
+    load();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    DataDocument* document = open(documentFile(DataKinds::Realtime, QStringLiteral("bench.csv"), 30));
+    ASSERT_TRUE(document);
+    const QString picture = home.filePath(QStringLiteral("bench.svg"));
+    test::answerDialog(QStringLiteral("frmExport"), [&](QDialog& dialog) {
+        // Offered first: the data file's name, as a PNG image beside it.
+        EXPECT_EQ(test::childOf<QLineEdit>(dialog, "tbFile")->text(),
+                  QDir::toNativeSeparators(home.filePath(QStringLiteral("bench.png"))));
+        test::typeInto(dialog, "tbFile", picture);
+        test::clickOn(dialog, "btOk");
+    });
+    // The File menu dropped down with a click on its title, and its item clicked.
+    QMenuBar* bar = window->menuBar();
+    QMenu* file = menu("mnuFile");
+    QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(file->menuAction()).center());
+    ASSERT_TRUE(test::waitFor([&] { return file->isVisible(); }));
+    QTest::mouseClick(file, Qt::LeftButton, {}, file->actionGeometry(item("mnuFileExport")).center());
+    EXPECT_TRUE(prompter.messages.isEmpty()) << prompter.messageTexts().join(u'|').toStdString();
+    const QByteArray svg = test::fileBytes(picture);
+    EXPECT_TRUE(svg.startsWith("<?xml")) << svg.left(100).toStdString();
+    EXPECT_TRUE(svg.contains("<title>bench.csv</title>"));
+    EXPECT_TRUE(document->isUnchanged());
 }
 
 TEST_F(MainWindowTest, EachDocumentKindSetsTheFileAndSettingsMenus)
@@ -278,7 +313,7 @@ TEST_F(MainWindowTest, EachDocumentKindSetsTheFileAndSettingsMenus)
         ASSERT_TRUE(document);
         ASSERT_EQ(document->kind(), row.kind);
         dropDown("mnuFile");
-        for (const char* name : {"mnuFileClose", "mnuFileSave", "mnuFileSaveAs", "mnuFileForward"})
+        for (const char* name : {"mnuFileClose", "mnuFileSave", "mnuFileSaveAs", "mnuFileForward", "mnuFileExport"})
             EXPECT_TRUE(item(name)->isEnabled()) << name << " kind " << row.kind;
         dropDown("mnuSetup");
         EXPECT_EQ(item("mnuSetupInterval")->isEnabled(), row.settings) << row.kind;

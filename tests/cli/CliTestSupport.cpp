@@ -7,6 +7,7 @@
 #include <QDeadlineTimer>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -28,6 +29,12 @@ void prepare(QProcess& process, const QString& home)
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("QUVOLINK_HOME"), home);
+    // A desktop session has a runtime folder; a test run may have none (a container, root).
+    // Qt's graphical start-up (quvolink-cli plot) would warn about it on stderr.
+    if (env.value(QStringLiteral("XDG_RUNTIME_DIR")).isEmpty()) {
+        static const QTemporaryDir runtime;
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    }
     process.setProcessEnvironment(env);
 }
 

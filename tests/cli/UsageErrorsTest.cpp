@@ -90,6 +90,16 @@ TEST(UsageErrors, EveryCommandEndsWithTwo)
         {QStringLiteral("forward"), data, QStringLiteral("--xlsx"), book, QStringLiteral("--into"), book},
         {QStringLiteral("forward"), data, data, QStringLiteral("--xlsx"), book},
         {QStringLiteral("forward"), data, QStringLiteral("--into"), book, QStringLiteral("--force")},
+        // plot
+        {QStringLiteral("plot")},
+        {QStringLiteral("plot"), data},
+        {QStringLiteral("plot"), data, O},
+        {QStringLiteral("plot"), data, O, QString()},
+        {QStringLiteral("plot"), data, data, O, dir.filePath(QStringLiteral("x.png"))},
+        {QStringLiteral("plot"), data, O, dir.filePath(QStringLiteral("x.png")), QStringLiteral("--width"), QStringLiteral("15")},
+        {QStringLiteral("plot"), data, O, dir.filePath(QStringLiteral("x.png")), QStringLiteral("--height"), QStringLiteral("8001")},
+        {QStringLiteral("plot"), data, O, dir.filePath(QStringLiteral("x.png")), QStringLiteral("--width"), QStringLiteral("wide")},
+        {QStringLiteral("plot"), data, O, dir.filePath(QStringLiteral("x.png")), QStringLiteral("--bogus")},
         // decode
         {QStringLiteral("decode")},
         {QStringLiteral("decode"), QStringLiteral("RR\\y")},
@@ -113,6 +123,7 @@ TEST(UsageErrors, EveryCommandEndsWithTwo)
     }
     EXPECT_FALSE(QFile::exists(out));
     EXPECT_FALSE(QFile::exists(book));
+    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("x.png"))));
     // Nothing was recorded: no journal in the program folder.
     EXPECT_TRUE(QDir(home).entryList({QStringLiteral("RECORDING-*")}, QDir::Files).isEmpty());
 }
@@ -123,7 +134,7 @@ TEST(UsageErrors, EveryCommandExplainsItselfWithAnExample)
     ASSERT_TRUE(dir.isValid());
     const QString home = dir.filePath(QStringLiteral("home"));
     for (const char* command :
-         {"info", "monitor", "record", "download", "recover", "stats", "forward", "decode", "simulate"}) {
+         {"info", "monitor", "record", "download", "recover", "stats", "forward", "plot", "decode", "simulate"}) {
         const CliOutcome r = runCli({QString::fromLatin1(command), QStringLiteral("--help")}, home);
         EXPECT_EQ(r.exitCode, 0) << command;
         EXPECT_TRUE(r.out.startsWith(QStringLiteral("Usage: quvolink-cli "))) << r.out.toStdString();
@@ -135,7 +146,7 @@ TEST(UsageErrors, EveryCommandExplainsItselfWithAnExample)
     const CliOutcome r = runCli({QStringLiteral("--help")}, home);
     EXPECT_EQ(r.exitCode, 0);
     for (const char* command :
-         {"info", "monitor", "record", "download", "recover", "stats", "forward", "decode", "simulate"})
+         {"info", "monitor", "record", "download", "recover", "stats", "forward", "plot", "decode", "simulate"})
         EXPECT_TRUE(r.out.contains(QStringLiteral("\n  ") + QString::fromLatin1(command))) << command;
 }
 

@@ -12,6 +12,8 @@
 #include "app/frmSplash.h"
 #include "document/ChartColours.h"
 #include "document/DataDocument.h"
+#include "document/ChartView.h"
+#include "document/frmExport.h"
 #include "document/frmSetting.h"
 #include "forward/ForwardSetup.h"
 #include "forward/frmForward.h"
@@ -190,6 +192,15 @@ TEST_P(WindowTextsTest, IntervalDialog)
 TEST_P(WindowTextsTest, GraphDialog)
 {
     frmSetting dialog(&document, &prompter);
+    EXPECT_EQ(shownCut(dialog), QStringList());
+}
+
+TEST_P(WindowTextsTest, ExportChartDialog)
+{
+    ChartView chart;
+    chart.resize(1234, 567);
+    chart.setDocument(&document);
+    frmExport dialog(&chart, &prompter);
     EXPECT_EQ(shownCut(dialog), QStringList());
 }
 
