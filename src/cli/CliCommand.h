@@ -21,10 +21,6 @@ struct CliCommand {
     QString summary;  // one line for the general help
     // Runs with the arguments after the command's name; returns the exit code.
     std::function<int(const QStringList& arguments)> run;
-    // The command draws with the chart widget: the program then runs with a graphical
-    // application object on the offscreen platform (no display needed). Every other command
-    // runs without one.
-    bool drawsCharts = false;
 };
 
 const std::vector<CliCommand>& cliCommands();
@@ -43,6 +39,6 @@ int runRecover(const QStringList& arguments);
 int runForward(const QStringList& arguments);
 int runDecode(const QStringList& arguments);
 int runSimulate(const QStringList& arguments);
-int runPlot(const QStringList& arguments);
+int runPlot(const QStringList& arguments); // starts quvolink-plot (PlotLauncher.cpp)
 
 } // namespace quvo::cli

@@ -1,7 +1,5 @@
 #include "cli/CliCommand.h"
 
-#include <cstdio>
-
 namespace quvo::cli {
 
 const std::vector<CliCommand>& cliCommands()
@@ -23,7 +21,7 @@ const std::vector<CliCommand>& cliCommands()
          QStringLiteral("Forward a data file to a workbook (.xlsx)."), runForward},
         {QStringLiteral("plot"),
          QStringLiteral("plot FILE --out CHART.png|.svg|.pdf [--width PX --height PX] [--title TEXT] [--all]"),
-         QStringLiteral("Draw the chart of a data file as a picture (PNG, SVG or PDF)."), runPlot, true},
+         QStringLiteral("Draw the chart of a data file as a picture (PNG, SVG or PDF)."), runPlot},
         {QStringLiteral("decode"), QStringLiteral("decode LINE..."),
          QStringLiteral("Show how an answer line of the meter is read (Monitor text, DATA, MODE)."), runDecode},
         {QStringLiteral("simulate"), QStringLiteral("simulate [options]"),
@@ -31,20 +29,6 @@ const std::vector<CliCommand>& cliCommands()
          runSimulate},
     };
     return commands;
-}
-
-void printOut(const QString& text)
-{
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stdout);
-    std::fflush(stdout);
-}
-
-void printError(const QString& text)
-{
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
-    std::fflush(stderr);
 }
 
 } // namespace quvo::cli

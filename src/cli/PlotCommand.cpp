@@ -2,6 +2,8 @@
 // [--all]: opens a data file as a document window does and saves the picture of its chart,
 // drawn by the window's own chart widget on the offscreen platform (no display needed).
 
+#include "cli/PlotCommand.h"
+
 #include "cli/CliCommand.h"
 #include "cli/DataFileDocument.h"
 #include "document/ChartExport.h"
@@ -65,7 +67,7 @@ int usageError(const QString& text)
 
 } // namespace
 
-int runPlot(const QStringList& arguments)
+int drawPlot(const QStringList& arguments)
 {
     QCommandLineParser parser;
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help."));

@@ -5,51 +5,12 @@
 #include "cli/MeterSession.h"
 #include "resources/Version.h"
 
-#include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
-
-#include <memory>
 
 using namespace quvo::cli;
 
 namespace {
-
-struct MainOptions {
-    QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")};
-    QCommandLineOption version{{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Show the version.")};
-};
-
-void setUpParser(QCommandLineParser& parser, const MainOptions& options)
-{
-    parser.setApplicationDescription(QStringLiteral("Quvolink on the command line: the multimeter and its data files."));
-    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    parser.addOption(options.help);
-    parser.addOption(options.version);
-    addGlobalOptions(parser);
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("The command to run (see below)."),
-                                 QStringLiteral("COMMAND [ARGUMENTS]"));
-}
-
-// True when the command line names a command that draws charts. It is read before the
-// application object exists, because that command needs a graphical one.
-bool drawsCharts(int argc, char** argv)
-{
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments << QString::fromLocal8Bit(argv[i]);
-    QCommandLineParser parser;
-    const MainOptions options;
-    setUpParser(parser, options);
-    if (!parser.parse(arguments) || parser.positionalArguments().isEmpty())
-        return false;
-    const QString name = parser.positionalArguments().constFirst();
-    for (const CliCommand& c : cliCommands()) {
-        if (c.name == name)
-            return c.drawsCharts;
-    }
-    return false;
-}
 
 QString generalHelp(const QCommandLineParser& parser)
 {
@@ -72,23 +33,21 @@ QString generalHelp(const QCommandLineParser& parser)
 
 int main(int argc, char** argv)
 {
-    // A command that draws charts uses the desktop program's chart widget, drawn in memory on
-    // the offscreen platform: no display is needed, and the others never load a platform.
-    std::unique_ptr<QCoreApplication> app;
-    if (drawsCharts(argc, argv)) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        app = std::make_unique<QApplication>(argc, argv);
-    } else {
-        app = std::make_unique<QCoreApplication>(argc, argv);
-    }
+    QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quvolink-cli"));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(quvo::VersionString));
 
     QCommandLineParser parser;
-    const MainOptions options;
-    setUpParser(parser, options);
-    const QCommandLineOption& help = options.help;
-    const QCommandLineOption& version = options.version;
+    parser.setApplicationDescription(QStringLiteral("Quvolink on the command line: the multimeter and its data files."));
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help."));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
+                                     QStringLiteral("Show the version."));
+    parser.addOption(help);
+    parser.addOption(version);
+    addGlobalOptions(parser);
+    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("The command to run (see below)."),
+                                 QStringLiteral("COMMAND [ARGUMENTS]"));
 
     if (!parser.parse(QCoreApplication::arguments())) {
         printError(parser.errorText() + QStringLiteral("\n\n") + generalHelp(parser));

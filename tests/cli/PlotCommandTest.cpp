@@ -199,6 +199,27 @@ TEST_F(PlotCommandTest, AFileItCannotUseEndsWithOneAndAMessage)
     EXPECT_TRUE(QDir(dir.path()).entryList({QStringLiteral(".*quvolink-*")}, QDir::Files | QDir::Hidden).isEmpty());
 }
 
+TEST_F(PlotCommandTest, WithoutItsChartProgramPlotSaysWhatIsMissing)
+{
+    // quvolink-cli alone in a folder, without quvolink-plot beside it or in ../libexec.
+    const QString lonely = path("bin/quvolink-cli");
+    ASSERT_TRUE(QDir().mkpath(path("bin")));
+    ASSERT_TRUE(QFile::copy(cliProgram(), lonely));
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QUVOLINK_HOME"), home);
+    p.setProcessEnvironment(env);
+    p.start(lonely, {QStringLiteral("plot"), data, QStringLiteral("--out"), path("never.png")});
+    ASSERT_TRUE(p.waitForFinished(60000));
+    EXPECT_EQ(p.exitCode(), 1);
+    EXPECT_TRUE(p.readAllStandardError().contains("The chart program quvolink-plot is missing"));
+    EXPECT_FALSE(QFile::exists(path("never.png")));
+    // Every other command works without it.
+    p.start(lonely, {QStringLiteral("stats"), data});
+    ASSERT_TRUE(p.waitForFinished(60000));
+    EXPECT_EQ(p.exitCode(), 0);
+}
+
 TEST_F(PlotCommandTest, AnExistingPictureIsReplacedWhole)
 {
     const QString png = path("again.png");

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Packs the Debian package of a build folder into a temporary folder and checks it:
 #   check_package.sh BUILD_FOLDER "ICON SIZES" "MAN PAGES"
-# - the three programs, the desktop entry, the AppStream metadata, the icon at every size
+# - the three programs and quvolink-cli's chart helper (libexec), the desktop entry, the
+#   AppStream metadata, the icon at every size
 #   (a PNG of exactly that size) and as SVG, the man pages, the licence; nothing else;
 # - the Depends line: the package of every library the programs link, and the SVG plug-ins;
 # - desktop-file-validate and appstreamcli validate --no-net pass; the man pages format
 #   without a warning;
-# - the unpacked command-line program runs and writes nothing into the package's folders
-#   (its files go to the per-user folder).
+# - the unpacked command-line program runs, draws a chart through its helper, and writes
+#   nothing into the package's folders (its files go to the per-user folder).
 set -euo pipefail
 
 build=$1
@@ -44,6 +45,7 @@ expected=(
   /usr/bin/quvolink
   /usr/bin/quvolink-cli
   /usr/bin/quvolink-metersim
+  /usr/libexec/quvolink/quvolink-plot
   "/usr/share/applications/$app_id.desktop"
   "/usr/share/metainfo/$app_id.metainfo.xml"
   "/usr/share/icons/hicolor/scalable/apps/$app_id.svg"
@@ -60,9 +62,9 @@ if ! diff -u "$tmp/expected" "$tmp/files" >"$tmp/files.diff"; then
   cat "$tmp/files.diff" >&2
   fail "the package's files differ from the list above (- missing, + unexpected)"
 fi
-for program in quvolink quvolink-cli quvolink-metersim; do
-  mode=$(dpkg-deb -c "$deb" | awk -v p="./usr/bin/$program" '$6 == p { print $1 }')
-  [ "$mode" = "-rwxr-xr-x" ] || fail "/usr/bin/$program has mode '$mode'"
+for program in bin/quvolink bin/quvolink-cli bin/quvolink-metersim libexec/quvolink/quvolink-plot; do
+  mode=$(dpkg-deb -c "$deb" | awk -v p="./usr/$program" '$6 == p { print $1 }')
+  [ "$mode" = "-rwxr-xr-x" ] || fail "/usr/$program has mode '$mode'"
 done
 
 # --- Control fields --------------------------------------------------------------------------
@@ -96,8 +98,8 @@ owner_of() {
 }
 mkdir "$tmp/root"
 dpkg-deb -x "$deb" "$tmp/root"
-for program in quvolink quvolink-cli quvolink-metersim; do
-  binary=$tmp/root/usr/bin/$program
+for program in bin/quvolink bin/quvolink-cli bin/quvolink-metersim libexec/quvolink/quvolink-plot; do
+  binary=$tmp/root/usr/$program
   needed=$(readelf -d "$binary" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
   resolved=$(ldd "$binary")
   [ -n "$needed" ] || fail "$program links no library at all (readelf found no NEEDED entry)"
@@ -162,6 +164,13 @@ fi
 "$tmp/root/usr/bin/quvolink-cli" --version | grep -q "^quvolink-cli " || fail "quvolink-cli --version"
 "$tmp/root/usr/bin/quvolink-metersim" --version | grep -q "^quvolink-metersim " || fail "quvolink-metersim --version"
 "$tmp/root/usr/bin/quvolink" --version | grep -q "^quvolink " || fail "quvolink --version"
+printf '21,0\r\n9000,6000,0\r\n00,00,00,05\r\nTrue,00,01,00,00\r\n20\r\nTrue,1,1\r\nTrue,0,10,1,1\r\n%s\r\n%s\r\n' \
+  12:00:00,1.5,VDC,1.5 12:00:05,2.5,VDC,2.5 >"$tmp/data.csv"
+if ! out=$(env -u QUVOLINK_HOME HOME="$home" XDG_DATA_HOME= LD_LIBRARY_PATH= \
+    "$tmp/root/usr/bin/quvolink-cli" plot "$tmp/data.csv" --out "$tmp/chart.png" 2>&1); then
+  fail "quvolink-cli plot: $out"
+fi
+[ -s "$tmp/chart.png" ] || fail "quvolink-cli plot wrote no picture"
 find "$tmp/root" -printf '%P %s %T@\n' | sort >"$tmp/after"
 if ! diff -u "$tmp/before" "$tmp/after" >&2; then
   fail "running the programs changed the package's own folders"
