@@ -1,7 +1,9 @@
 // Benchmarks of the data document window on the offscreen platform: one realtime reading
 // added to a window whose document holds 32766 readings with all 32767 points across the
 // chart, with the chart redrawn, and with everything the event loop then does for the
-// window (chart, grid and status bars painted).
+// window (chart, grid and status bars painted). Then the chart tools on a full document:
+// one wheel step of zoom and one step of a drag, each from the event posted to the chart to
+// the chart painted on the screen.
 
 #include "document/ChartView.h"
 #include "document/DataDocument.h"
@@ -11,7 +13,9 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QMouseEvent>
 #include <QTemporaryDir>
+#include <QWheelEvent>
 
 #include <benchmark/benchmark.h>
 
@@ -197,6 +201,101 @@ void BM_ChartDraws(benchmark::State& state)
 }
 BENCHMARK(BM_ChartDraws)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 
+// --- Chart tools ----------------------------------------------------------------------------------
+
+// Counts the chart's paint events: an event handed to the chart has been answered once the
+// chart has painted itself after it.
+class PaintCounter : public QObject {
+public:
+    explicit PaintCounter(QWidget* widget) { widget->installEventFilter(this); }
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            ++paints;
+        return false;
+    }
+};
+
+// Posts the event to the chart and runs the event loop until the chart has painted.
+bool deliverUntilPainted(QWidget* chart, PaintCounter& counter, QEvent* event)
+{
+    const int before = counter.paints;
+    QCoreApplication::postEvent(chart, event);
+    for (int pass = 0; pass < 1000 && counter.paints == before; ++pass)
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+    return counter.paints != before;
+}
+
+// A shown window of a full document: 32767 readings, all of them across the chart.
+struct FullWindow : Window {
+    FullWindow()
+    {
+        window.SetRealtimeCommands(false);
+        addReading(*window.document(), MaxReadings - 1);
+        window.chart()->refreshNow();
+        QCoreApplication::processEvents();
+    }
+    ChartView* chart() { return window.chart(); }
+    QPoint centre() { return chart()->axisRect()->rect().center(); }
+};
+
+QWheelEvent* wheelStep(QWidget* chart, const QPoint& at, int direction)
+{
+    return new QWheelEvent(at, chart->mapToGlobal(at), QPoint(), QPoint(0, 120 * direction), Qt::NoButton,
+                           Qt::NoModifier, Qt::NoScrollPhase, false);
+}
+
+// One wheel step of zoom, in and out by turns, from the whole chart window of 32767 points
+// (the densest drawing) to a window of 26214 points.
+void BM_WheelZoomStepRepainted(benchmark::State& state)
+{
+    FullWindow w;
+    PaintCounter counter(w.chart());
+    int direction = 1;
+    for (auto _ : state) {
+        if (!deliverUntilPainted(w.chart(), counter, wheelStep(w.chart(), w.centre(), direction))) {
+            state.SkipWithError("the chart did not paint");
+            break;
+        }
+        direction = -direction;
+    }
+    state.counters["zoomed"] = w.chart()->zoom().isZoomed() ? 1 : 0;
+}
+BENCHMARK(BM_WheelZoomStepRepainted)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+// One step of a drag (the mouse moved 20 pixels with the button down), back and forth, with
+// a tenth of the 32767 points in view, and with all of them zoomed into by one wheel step.
+void BM_DragStepRepainted(benchmark::State& state)
+{
+    FullWindow w;
+    PaintCounter counter(w.chart());
+    const QPoint at = w.centre();
+    for (int i = 0; i < state.range(0); ++i)
+        deliverUntilPainted(w.chart(), counter, wheelStep(w.chart(), at, 1));
+    const auto mouse = [&](QEvent::Type type, const QPoint& p, Qt::MouseButtons buttons) {
+        return new QMouseEvent(type, p, w.chart()->mapToGlobal(p), Qt::LeftButton, buttons, Qt::NoModifier);
+    };
+    QCoreApplication::postEvent(w.chart(), mouse(QEvent::MouseButtonPress, at, Qt::LeftButton));
+    // Past the drag distance first, so that every step afterwards moves the view.
+    deliverUntilPainted(w.chart(), counter, mouse(QEvent::MouseMove, at + QPoint(40, 0), Qt::LeftButton));
+    int step = 20;
+    QPoint position = at + QPoint(40, 0);
+    for (auto _ : state) {
+        position += QPoint(step, 0);
+        if (!deliverUntilPainted(w.chart(), counter, mouse(QEvent::MouseMove, position, Qt::LeftButton))) {
+            state.SkipWithError("the chart did not paint");
+            break;
+        }
+        step = -step;
+    }
+    QCoreApplication::postEvent(w.chart(), mouse(QEvent::MouseButtonRelease, position, Qt::NoButton));
+    QCoreApplication::processEvents();
+    state.counters["pointsInView"] = w.chart()->xAxis->range().size();
+}
+BENCHMARK(BM_DragStepRepainted)->Arg(10)->Arg(1)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
 } // namespace
 
