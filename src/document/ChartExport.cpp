@@ -28,15 +28,18 @@ QByteArray pngBytes(ChartView& chart, const ChartPicture& picture)
                        std::max(1, static_cast<int>(std::lround(picture.pixels.height() / scale))));
     QImage image(picture.pixels, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(scale);
-    const int dotsPerMeter = static_cast<int>(std::lround(ScreenDpi * scale / 0.0254));
-    image.setDotsPerMeterX(dotsPerMeter);
-    image.setDotsPerMeterY(dotsPerMeter);
     image.fill(chart.colours().backdrop);
     {
-        // The image's device pixel ratio makes the painter draw the layout's pixels at scale.
+        // The image's device pixel ratio makes the painter draw the layout's pixels at scale;
+        // its resolution stays the screen's 96 dots per inch meanwhile, as text in points is
+        // measured by it (the ratio would be applied twice otherwise).
         QCPPainter painter(&image);
         chart.drawPicture(painter, layout, picture.title);
     }
+    // The file says how large the picture is meant to be shown: its layout's size.
+    const int dotsPerMeter = static_cast<int>(std::lround(ScreenDpi * scale / 0.0254));
+    image.setDotsPerMeterX(dotsPerMeter);
+    image.setDotsPerMeterY(dotsPerMeter);
     if (!picture.title.isEmpty())
         image.setText(QStringLiteral("Title"), picture.title);
     image.setText(QStringLiteral("Software"), AppTitle);

@@ -26,6 +26,8 @@
 #include <QClipboard>
 #include <QDir>
 #include <QFile>
+#include <QFont>
+#include <QFontMetricsF>
 #include <QHeaderView>
 #include <QImage>
 #include <QLineEdit>
@@ -351,6 +353,9 @@ TEST_F(ChartToolsTest, ExportFromTheContextMenuWritesAPngOfTheChosenSize)
 TEST_F(ChartToolsTest, AsOnTheScreenAPngHasEveryDevicePixelOfTheChart)
 {
     show(100);
+    // A font in points, as a desktop gives it, is measured by the resolution of what it is
+    // drawn on.
+    chart->setFont(QFont(QStringLiteral("DejaVu Sans"), 9));
     const QString path = exportedPath("screen.png");
     chooseInNextMenu(QStringLiteral("mnuChartExport"));
     answerDialog(QStringLiteral("frmExport"), [&](QDialog& dialog) {
@@ -366,6 +371,41 @@ TEST_F(ChartToolsTest, AsOnTheScreenAPngHasEveryDevicePixelOfTheChart)
     EXPECT_EQ(image.size(), QSize(qRound(chart->width() * ratio), qRound(chart->height() * ratio)));
     EXPECT_EQ(image.dotsPerMeterX(), qRound(96 * ratio / 0.0254));
     EXPECT_GT(pixelsOf(image, chart->colours().line, image.rect().adjusted(40, 40, -40, -40)), 100);
+    // Text and lines keep their proportions to the chart: the value axis, right of its
+    // labels, stands where it stands on the screen (a twice-scaled text would push it right).
+    const QRect band(0, image.height() / 3, image.width() / 3, image.height() / 3);
+    int axisColumn = -1;
+    int longest = 0;
+    for (int x = band.left(); x <= band.right(); ++x) {
+        const int run = pixelsOf(image, chart->colours().axis, QRect(x, band.top(), 1, band.height()));
+        if (run > longest) {
+            longest = run;
+            axisColumn = x;
+        }
+    }
+    EXPECT_GT(longest, band.height() / 2);
+    EXPECT_NEAR(axisColumn, chart->axisRect()->left() * ratio, 2 * ratio);
+    // The title's letters are as tall as the title's font makes them at that ratio: the
+    // first block of rows with ink of the text colour, in the middle of the picture's top.
+    QFont titleFont = chart->font();
+    titleFont.setBold(true);
+    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.2);
+    const QRect middle(image.width() / 3, 0, image.width() / 3, image.height() / 4);
+    int first = -1;
+    int last = -1;
+    for (int y = middle.top(); y <= middle.bottom(); ++y) {
+        const bool ink = pixelsOf(image, chart->colours().text, QRect(middle.left(), y, middle.width(), 1)) > 0;
+        if (ink && first < 0)
+            first = y;
+        if (ink)
+            last = y;
+        if (!ink && first >= 0)
+            break;
+    }
+    ASSERT_GE(first, 0);
+    EXPECT_GT(first, 0) << "the title is cut at the top";
+    const double letters = QFontMetricsF(titleFont).tightBoundingRect(defaultChartTitle(*doc)).height();
+    EXPECT_NEAR(last - first + 1, letters * ratio, 2 * ratio) << "the title is drawn at another size";
 }
 
 TEST_F(ChartToolsTest, BrowseChoosesAnSvgDrawingThatParses)
