@@ -7,8 +7,11 @@
 #include "app/Settings.h"
 #include "app/frmMain.h"
 #include "app/frmSplash.h"
+#include "document/ChartExport.h"
+#include "document/ChartView.h"
 #include "document/DataDocument.h"
 #include "document/frmData.h"
+#include "document/frmExport.h"
 #include "document/frmSetting.h"
 #include "forward/ForwardSetup.h"
 #include "forward/frmForward.h"
@@ -26,9 +29,11 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QCursor>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
@@ -38,8 +43,10 @@
 #include <QMessageBox>
 #include <QPixmap>
 #include <QPushButton>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
+#include <QWheelEvent>
 
 #include <cmath>
 #include <cstdio>
@@ -66,6 +73,67 @@ bool save(QWidget* widget, const QString& folder, const QString& name)
     }
     std::printf("%s\n", qPrintable(path));
     return true;
+}
+
+// Waits while the event loop runs (a pointer moved on the display reaches the program
+// through it).
+void wait(int milliseconds)
+{
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+// The chart tools on the sample document: the chart zoomed into around the gap with the
+// reading under the pointer read out (a picture of the screen, so that the tool tip shows),
+// the Export chart dialog, and the chart exported as on the screen.
+bool saveChartTools(frmData* window, Prompter& prompter, const QString& folder)
+{
+    ChartView* chart = window->chart();
+    const QPoint centre(qRound(chart->xAxis->coordToPixel(30)), chart->axisRect()->center().y());
+    QWheelEvent wheel(centre, chart->mapToGlobal(centre), QPoint(), QPoint(0, 3 * 120), Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(chart, &wheel);
+    settle();
+    // The pointer on the last reading before the gap.
+    const int point = 25;
+    const double value = window->document()->chartValue(point);
+    QCursor::setPos(chart->mapToGlobal(
+        QPoint(qRound(chart->xAxis->coordToPixel(point)), qRound(chart->yAxis->coordToPixel(value)))));
+    wait(400);
+    bool ok = true;
+    const QRect area(window->window()->mapToGlobal(QPoint()), window->window()->size());
+    const QString path = QDir(folder).filePath(QStringLiteral("chart-tools.png"));
+    QScreen* screen = window->screen();
+    if (chart->readoutRow() == 0 || !screen || !screen->grabWindow(0, area.x(), area.y(), area.width(), area.height()).save(path)) {
+        std::fprintf(stderr, "Could not save %s (the reading under the pointer was %s)\n", qPrintable(path),
+                     chart->readoutRow() ? "read" : "not read");
+        ok = false;
+    } else {
+        std::printf("%s\n", qPrintable(path));
+    }
+    QCursor::setPos(area.bottomRight() + QPoint(40, 40));
+    wait(100);
+    {
+        frmExport dialog(chart, &prompter, window);
+        dialog.show();
+        ok &= save(&dialog, folder, QStringLiteral("export-dialog"));
+    }
+    ChartPicture picture;
+    picture.pixels = QSize(qRound(chart->width() * chart->devicePixelRatioF()),
+                           qRound(chart->height() * chart->devicePixelRatioF()));
+    picture.scale = chart->devicePixelRatioF();
+    picture.title = QStringLiteral("Bench supply, 14:05 to 14:10");
+    QString error;
+    const QString exported = QDir(folder).filePath(QStringLiteral("chart-export.png"));
+    if (saveChartPicture(*chart, exported, picture, error)) {
+        std::printf("%s\n", qPrintable(exported));
+    } else {
+        std::fprintf(stderr, "Could not save %s: %s\n", qPrintable(exported), qPrintable(error));
+        ok = false;
+    }
+    chart->resetView();
+    return ok;
 }
 
 // A realtime document of 300 readings a second apart: a slow wave in volts DC, one second
@@ -327,6 +395,7 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
     ok &= save(&mainWindow, folder, QStringLiteral("main-window"));
     ok &= save(window, folder, QStringLiteral("data-window"));
     ok &= save(monitor->frame(), folder, QStringLiteral("monitor"));
+    ok &= saveChartTools(window, mainWindow.prompter(), folder);
 
     {
         frmInterval dialog(document, &mainWindow.prompter(), &mainWindow);
