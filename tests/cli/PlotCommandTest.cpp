@@ -3,6 +3,7 @@
 
 #include "CliTestSupport.h"
 
+#include "support/PaintedPixels.h"
 #include "support/TestHelpers.h"
 
 #include <QColor>
@@ -25,22 +26,6 @@ namespace {
 const QColor LineColour(0, 0, 255);
 const QColor MaxColour(220, 0, 0);
 const QColor MinColour(0, 150, 0);
-
-int pixelsNear(const QImage& image, const QColor& colour, const QRect& part)
-{
-    int count = 0;
-    const QRect area = part.intersected(image.rect());
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x) {
-            const QColor c = image.pixelColor(x, y);
-            if (std::abs(c.red() - colour.red()) + std::abs(c.green() - colour.green())
-                    + std::abs(c.blue() - colour.blue())
-                < 90)
-                ++count;
-        }
-    }
-    return count;
-}
 
 class PlotCommandTest : public ::testing::Test {
 protected:
@@ -66,21 +51,6 @@ protected:
     QString data;
 };
 
-struct ToolRun {
-    int exitCode = -1;
-    QString out;
-};
-
-ToolRun runTool(const QString& program, const QStringList& arguments)
-{
-    QProcess p;
-    p.setProcessChannelMode(QProcess::MergedChannels);
-    p.start(program, arguments);
-    if (!p.waitForFinished(30000))
-        return {};
-    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1, QString::fromUtf8(p.readAll())};
-}
-
 } // namespace
 
 TEST_F(PlotCommandTest, APngOfTheRequestedSizeShowsTheChart)
@@ -96,9 +66,9 @@ TEST_F(PlotCommandTest, APngOfTheRequestedSizeShowsTheChart)
     ASSERT_FALSE(image.isNull());
     EXPECT_EQ(image.size(), QSize(720, 400));
     const QRect plotArea(72, 50, 720 - 110, 400 - 100);
-    EXPECT_GT(pixelsNear(image, LineColour, plotArea), 300);
-    EXPECT_GT(pixelsNear(image, MaxColour, image.rect()), 20);
-    EXPECT_GT(pixelsNear(image, MinColour, image.rect()), 20);
+    EXPECT_GT(pixelsOfColour(image, LineColour, plotArea), 300);
+    EXPECT_GT(pixelsOfColour(image, MaxColour, image.rect()), 20);
+    EXPECT_GT(pixelsOfColour(image, MinColour, image.rect()), 20);
     EXPECT_EQ(image.text(QStringLiteral("Title")), QStringLiteral("bench.CSV")); // the file's name by default
     EXPECT_EQ(fileBytes(data), before); // the data file is only read
 }
@@ -130,8 +100,8 @@ TEST_F(PlotCommandTest, AnSvgDrawingAndAPdfDocumentParse)
     const QString svg = path("chart.svg");
     CliOutcome r = plot({data, QStringLiteral("--out"), svg, QStringLiteral("--title"), QStringLiteral("Bench supply")});
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    const ToolRun lint = runTool(QStringLiteral("xmllint"), {QStringLiteral("--noout"), svg});
-    EXPECT_EQ(lint.exitCode, 0) << lint.out.toStdString();
+    const ProgramRun lint = runProgram(QStringLiteral("xmllint"), {QStringLiteral("--noout"), svg});
+    EXPECT_EQ(lint.exitCode, 0) << lint.output.toStdString();
     const QString drawing = QString::fromUtf8(fileBytes(svg));
     EXPECT_TRUE(drawing.contains(QStringLiteral("<title>Bench supply</title>")));
     // 960 x 540 pixels of 1/96 inch.
@@ -144,12 +114,12 @@ TEST_F(PlotCommandTest, AnSvgDrawingAndAPdfDocumentParse)
     r = plot({data, QStringLiteral("--out"), pdf, QStringLiteral("--width"), QStringLiteral("1200"),
               QStringLiteral("--height"), QStringLiteral("600"), QStringLiteral("--all")});
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    const ToolRun info = runTool(QStringLiteral("pdfinfo"), {pdf});
-    ASSERT_EQ(info.exitCode, 0) << info.out.toStdString();
-    EXPECT_TRUE(info.out.contains(QRegularExpression(QStringLiteral("Pages:\\s+1\\n")))) << info.out.toStdString();
-    EXPECT_TRUE(info.out.contains(QRegularExpression(QStringLiteral("Page size:\\s+900 x 450 pts"))))
-        << info.out.toStdString();
-    EXPECT_TRUE(info.out.contains(QRegularExpression(QStringLiteral("Title:\\s+bench.CSV\\n")))) << info.out.toStdString();
+    const ProgramRun info = runProgram(QStringLiteral("pdfinfo"), {pdf});
+    ASSERT_EQ(info.exitCode, 0) << info.output.toStdString();
+    EXPECT_TRUE(info.output.contains(QRegularExpression(QStringLiteral("Pages:\\s+1\\n")))) << info.output.toStdString();
+    EXPECT_TRUE(info.output.contains(QRegularExpression(QStringLiteral("Page size:\\s+900 x 450 pts"))))
+        << info.output.toStdString();
+    EXPECT_TRUE(info.output.contains(QRegularExpression(QStringLiteral("Title:\\s+bench.CSV\\n")))) << info.output.toStdString();
 }
 
 TEST_F(PlotCommandTest, AllPutsEveryReadingAcrossTheChart)

@@ -41,4 +41,12 @@ void writeFileBytes(const QString& path, const QByteArray& bytes);
 // Names of the entries of a folder, hidden ones included, sorted by name.
 QStringList folderEntries(const QString& folder);
 
+// Runs a program of the system (xmllint, pdfinfo, ...) to its end, at most 30 seconds: its
+// exit code (-1 when it did not end normally) and its output, stdout and stderr together.
+struct ProgramRun {
+    int exitCode = -1;
+    QString output;
+};
+ProgramRun runProgram(const QString& program, const QStringList& arguments);
+
 } // namespace quvo::test

@@ -18,6 +18,7 @@
 #include "document/frmExport.h"
 #include "resources/Constant.h"
 #include "resources/ResID.h"
+#include "support/PaintedPixels.h"
 #include "support/ScriptedPrompter.h"
 #include "support/TestHelpers.h"
 #include "support/WidgetSteps.h"
@@ -57,38 +58,6 @@ namespace {
 QString timeOf(int i)
 {
     return QStringLiteral("10:%1:%2").arg(i / 60 % 60, 2, 10, QLatin1Char('0')).arg(i % 60, 2, 10, QLatin1Char('0'));
-}
-
-// Pixels whose colour is within a small distance of `colour`, in a part of the image.
-int pixelsOf(const QImage& image, const QColor& colour, const QRect& part)
-{
-    int count = 0;
-    const QRect area = part.intersected(image.rect());
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x) {
-            const QColor c = image.pixelColor(x, y);
-            if (std::abs(c.red() - colour.red()) + std::abs(c.green() - colour.green())
-                    + std::abs(c.blue() - colour.blue())
-                < 60)
-                ++count;
-        }
-    }
-    return count;
-}
-
-struct ProgramRun {
-    int exitCode = -1;
-    QString out;
-};
-
-ProgramRun runProgram(const QString& program, const QStringList& arguments)
-{
-    QProcess p;
-    p.setProcessChannelMode(QProcess::MergedChannels);
-    p.start(program, arguments);
-    if (!p.waitForFinished(30000))
-        return {};
-    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1, QString::fromUtf8(p.readAll())};
 }
 
 class ChartToolsTest : public UiTest {
@@ -340,10 +309,10 @@ TEST_F(ChartToolsTest, ExportFromTheContextMenuWritesAPngOfTheChosenSize)
     const ChartColours& c = chart->colours();
     // The readings' line, the MAX and MIN markers inside the plot area; the title above it.
     const QRect plot(image.width() / 10, image.height() / 8, image.width() * 8 / 10, image.height() * 3 / 4);
-    EXPECT_GT(pixelsOf(image, c.line, plot), 200);
-    EXPECT_GT(pixelsOf(image, c.max, image.rect()), 20);
-    EXPECT_GT(pixelsOf(image, c.min, image.rect()), 20);
-    EXPECT_GT(pixelsOf(image, c.text, QRect(image.width() / 3, 0, image.width() / 3, 20)), 10);
+    EXPECT_GT(pixelsOfColour(image, c.line, plot), 200);
+    EXPECT_GT(pixelsOfColour(image, c.max, image.rect()), 20);
+    EXPECT_GT(pixelsOfColour(image, c.min, image.rect()), 20);
+    EXPECT_GT(pixelsOfColour(image, c.text, QRect(image.width() / 3, 0, image.width() / 3, 20)), 10);
     EXPECT_EQ(image.text(QStringLiteral("Title")), QStringLiteral("Bench supply"));
     // The picture was made for the file: the window's chart is as it was.
     EXPECT_TRUE(chart->zoom().timeZoomed());
@@ -370,14 +339,14 @@ TEST_F(ChartToolsTest, AsOnTheScreenAPngHasEveryDevicePixelOfTheChart)
     const double ratio = chart->devicePixelRatioF();
     EXPECT_EQ(image.size(), QSize(qRound(chart->width() * ratio), qRound(chart->height() * ratio)));
     EXPECT_EQ(image.dotsPerMeterX(), qRound(96 * ratio / 0.0254));
-    EXPECT_GT(pixelsOf(image, chart->colours().line, image.rect().adjusted(40, 40, -40, -40)), 100);
+    EXPECT_GT(pixelsOfColour(image, chart->colours().line, image.rect().adjusted(40, 40, -40, -40)), 100);
     // Text and lines keep their proportions to the chart: the value axis, right of its
     // labels, stands where it stands on the screen (a twice-scaled text would push it right).
     const QRect band(0, image.height() / 3, image.width() / 3, image.height() / 3);
     int axisColumn = -1;
     int longest = 0;
     for (int x = band.left(); x <= band.right(); ++x) {
-        const int run = pixelsOf(image, chart->colours().axis, QRect(x, band.top(), 1, band.height()));
+        const int run = pixelsOfColour(image, chart->colours().axis, QRect(x, band.top(), 1, band.height()));
         if (run > longest) {
             longest = run;
             axisColumn = x;
@@ -394,7 +363,7 @@ TEST_F(ChartToolsTest, AsOnTheScreenAPngHasEveryDevicePixelOfTheChart)
     int first = -1;
     int last = -1;
     for (int y = middle.top(); y <= middle.bottom(); ++y) {
-        const bool ink = pixelsOf(image, chart->colours().text, QRect(middle.left(), y, middle.width(), 1)) > 0;
+        const bool ink = pixelsOfColour(image, chart->colours().text, QRect(middle.left(), y, middle.width(), 1)) > 0;
         if (ink && first < 0)
             first = y;
         if (ink)
@@ -427,7 +396,7 @@ TEST_F(ChartToolsTest, BrowseChoosesAnSvgDrawingThatParses)
     EXPECT_TRUE(prompter.messages.isEmpty()) << prompter.messageTexts().join(u'|').toStdString();
 
     const ProgramRun lint = runProgram(QStringLiteral("xmllint"), {QStringLiteral("--noout"), path});
-    EXPECT_EQ(lint.exitCode, 0) << lint.out.toStdString();
+    EXPECT_EQ(lint.exitCode, 0) << lint.output.toStdString();
     const QString svg = QString::fromUtf8(fileBytes(path));
     const QString title = defaultChartTitle(*doc);
     EXPECT_TRUE(svg.contains(QStringLiteral("<title>") + title + QStringLiteral("</title>")));
@@ -453,22 +422,22 @@ TEST_F(ChartToolsTest, APdfDocumentHasOnePageOfTheChartsSize)
     });
     QTest::mouseClick(chart, Qt::RightButton, {}, at(50));
     const ProgramRun info = runProgram(QStringLiteral("pdfinfo"), {path});
-    ASSERT_EQ(info.exitCode, 0) << info.out.toStdString();
-    EXPECT_TRUE(info.out.contains(QRegularExpression(QStringLiteral("Pages:\\s+1\\n")))) << info.out.toStdString();
-    EXPECT_TRUE(info.out.contains(QRegularExpression(QStringLiteral("Page size:\\s+600 x 300 pts"))))
-        << info.out.toStdString();
-    EXPECT_TRUE(info.out.contains(QRegularExpression(QStringLiteral("Title:\\s+Report\\n")))) << info.out.toStdString();
+    ASSERT_EQ(info.exitCode, 0) << info.output.toStdString();
+    EXPECT_TRUE(info.output.contains(QRegularExpression(QStringLiteral("Pages:\\s+1\\n")))) << info.output.toStdString();
+    EXPECT_TRUE(info.output.contains(QRegularExpression(QStringLiteral("Page size:\\s+600 x 300 pts"))))
+        << info.output.toStdString();
+    EXPECT_TRUE(info.output.contains(QRegularExpression(QStringLiteral("Title:\\s+Report\\n")))) << info.output.toStdString();
     // Drawn again by another program, the page shows the readings' line.
     const QString rendered = exportedPath("report-page");
     const ProgramRun draw = runProgram(QStringLiteral("pdftoppm"),
                                        {QStringLiteral("-png"), QStringLiteral("-r"), QStringLiteral("96"),
                                         QStringLiteral("-singlefile"), path, rendered});
-    ASSERT_EQ(draw.exitCode, 0) << draw.out.toStdString();
+    ASSERT_EQ(draw.exitCode, 0) << draw.output.toStdString();
     const QImage page(rendered + QStringLiteral(".png"));
     ASSERT_FALSE(page.isNull());
     EXPECT_EQ(page.size(), QSize(800, 400));
-    EXPECT_GT(pixelsOf(page, chart->colours().line, page.rect().adjusted(80, 50, -40, -50)), 200);
-    EXPECT_GT(pixelsOf(page, chart->colours().text, QRect(page.width() / 3, 0, page.width() / 3, 20)), 10); // title
+    EXPECT_GT(pixelsOfColour(page, chart->colours().line, page.rect().adjusted(80, 50, -40, -50)), 200);
+    EXPECT_GT(pixelsOfColour(page, chart->colours().text, QRect(page.width() / 3, 0, page.width() / 3, 20)), 10); // title
 }
 
 TEST_F(ChartToolsTest, AnUnknownExtensionOrAFolderThatIsNotThereSavesNothing)
