@@ -726,7 +726,6 @@ void ChartView::applyView()
     replot(QCustomPlot::rpQueuedReplot);
     if (m_hovering)
         showReadout(m_hoverPosition);
-    emit viewChanged();
 }
 
 void ChartView::resetView()
@@ -919,7 +918,10 @@ void ChartView::drawPicture(QCPPainter& painter, const QSize& size, const QStrin
     if (!title.isEmpty()) {
         QFont font = this->font();
         font.setBold(true);
-        font.setPointSizeF(font.pointSizeF() > 0 ? font.pointSizeF() * 1.2 : 11);
+        if (font.pointSizeF() > 0)
+            font.setPointSizeF(font.pointSizeF() * 1.2);
+        else
+            font.setPixelSize(qRound(font.pixelSize() * 1.2));
         plotLayout()->insertRow(0);
         heading = new QCPTextElement(this, title, font);
         heading->setTextColor(m_colours.text);

@@ -204,8 +204,6 @@ public:
 signals:
     // "Export chart..." was chosen in the context menu.
     void exportRequested();
-    // The part of the chart window shown changed (zoom, move, reset).
-    void viewChanged();
 
 protected:
     // Lays the chart out; again when the ticks were made for another axis length.
