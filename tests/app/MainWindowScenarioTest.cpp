@@ -247,6 +247,8 @@ private:
                 QTest::keyClicks(list->lineEdit(), m_device); // the meter's device typed back in
             }
             test::clickButton(dialog, "btOk");
+        } else if (name == QLatin1String("frmExport")) {
+            test::clickButton(dialog, "btCancel"); // pictures are tested on their own
         } else if (name == QLatin1String("frmPublishing")) {
             test::clickButton(dialog, "btCancel"); // the scenario never publishes
         } else if (name == QLatin1String("frmForward")) {
@@ -693,6 +695,8 @@ private:
             return dialogOpened("frmInterval") ? QString() : missing(QStringLiteral("no Interval dialog"));
         if (command == QLatin1String("mnuSetupGraph"))
             return dialogOpened("frmSetting") ? QString() : missing(QStringLiteral("no Graph dialog"));
+        if (command == QLatin1String("mnuFileExport"))
+            return dialogOpened("frmExport") ? QString() : missing(QStringLiteral("no Export chart dialog"));
         if (command == QLatin1String("mnuSetupPublishing"))
             return dialogOpened("frmPublishing") ? QString() : missing(QStringLiteral("no Publishing dialog"));
         if (command == QLatin1String("mnuViewToolbar"))
