@@ -1,7 +1,7 @@
 #include "acquisition/frmMoniter.h"
 
 #include "acquisition/frmMoniterLayout.h"
-#include "app/Settings.h"
+#include "acquisition/MoniterPosition.h"
 #include "link/ReadingDecoder.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"

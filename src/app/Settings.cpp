@@ -60,17 +60,6 @@ QString withoutByteOrderMarks(QString text)
     return text;
 }
 
-std::optional<float> readSingle(QSettings& store, const QString& key, float defaultValue)
-{
-    if (!store.contains(key))
-        return defaultValue;
-    try {
-        return toSingle(store.value(key).toString());
-    } catch (const RuntimeError&) {
-        return std::nullopt; // not a number: ignored
-    }
-}
-
 } // namespace
 
 // --- Program folder and file paths ------------------------------------------------------
@@ -224,11 +213,6 @@ std::unique_ptr<QSettings> openSettingsStore()
     return openSettingsSection(SettingsSection);
 }
 
-QString storedSingleText(float value)
-{
-    return shortestSingleText(value);
-}
-
 MainPlacementRecord mainPlacementToWrite(WindowState state, const Placement& current, const Placement& normal)
 {
     const Placement& written = state == WindowState::Normal ? current : normal;
@@ -260,10 +244,10 @@ StoredMainPlacement readMainPlacement()
 {
     auto store = openSettingsStore();
     StoredMainPlacement placement;
-    placement.left = readSingle(*store, Keys::MainLeft, DefaultMainPlacement.left);
-    placement.top = readSingle(*store, Keys::MainTop, DefaultMainPlacement.top);
-    placement.width = readSingle(*store, Keys::MainWidth, DefaultMainPlacement.width);
-    placement.height = readSingle(*store, Keys::MainHeight, DefaultMainPlacement.height);
+    placement.left = readStoredSingle(*store, Keys::MainLeft, DefaultMainPlacement.left);
+    placement.top = readStoredSingle(*store, Keys::MainTop, DefaultMainPlacement.top);
+    placement.width = readStoredSingle(*store, Keys::MainWidth, DefaultMainPlacement.width);
+    placement.height = readStoredSingle(*store, Keys::MainHeight, DefaultMainPlacement.height);
     if (!store->contains(Keys::MainState)) {
         placement.state = WindowState::Normal;
     } else {
@@ -276,20 +260,6 @@ StoredMainPlacement readMainPlacement()
         }
     }
     return placement;
-}
-
-StoredPosition readMoniterPosition()
-{
-    auto store = openSettingsStore();
-    return StoredPosition{readSingle(*store, Keys::MoniterLeft, 0), readSingle(*store, Keys::MoniterTop, 0)};
-}
-
-void writeMoniterPosition(float left, float top)
-{
-    auto store = openSettingsStore();
-    store->setValue(Keys::MoniterLeft, storedSingleText(left));
-    store->setValue(Keys::MoniterTop, storedSingleText(top));
-    store->sync();
 }
 
 // --- Single instance ----------------------------------------------------------------------

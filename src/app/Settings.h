@@ -4,8 +4,8 @@
 // - the program folder, which holds the settings file QUVO.INI and the work file WORK.~~~;
 // - the settings file: three text lines (port, remembered workbook, remembered title),
 //   read once at start and written once at exit;
-// - the per-user settings store: the main window's placement and the Monitor's position,
-//   in twips, kept as the text of single-precision numbers;
+// - the per-user settings store: the main window's placement, in twips, kept as the text of
+//   single-precision numbers (the Monitor keeps its own position: acquisition/MoniterPosition.h);
 // - the single-instance lock.
 //
 // QtCore only: the main window calls these, tests drive them without a display.
@@ -115,16 +115,6 @@ struct StoredMainPlacement {
     std::optional<WindowState> state;
 };
 StoredMainPlacement readMainPlacement();
-
-// The Monitor window's position ("MoniterLeft", "MoniterTop"; 0 when absent).
-struct StoredPosition {
-    std::optional<float> left, top;
-};
-StoredPosition readMoniterPosition();
-void writeMoniterPosition(float left, float top);
-
-// The text a single-precision value is stored as ("1000", "1234.5").
-QString storedSingleText(float value);
 
 // --- Single instance ----------------------------------------------------------------------
 

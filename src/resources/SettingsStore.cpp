@@ -1,6 +1,8 @@
 #include "resources/SettingsStore.h"
 
 #include "resources/Constant.h"
+#include "resources/RuntimeError.h"
+#include "resources/TextNumber.h"
 
 #include <QSettings>
 
@@ -48,6 +50,22 @@ QString settingsStoreFile()
     return store->format() == QSettings::NativeFormat && store->fileName().startsWith(QLatin1String("\\HKEY"))
         ? QString()
         : store->fileName();
+}
+
+QString storedSingleText(float value)
+{
+    return shortestSingleText(value);
+}
+
+std::optional<float> readStoredSingle(QSettings& store, const QString& key, float defaultValue)
+{
+    if (!store.contains(key))
+        return defaultValue;
+    try {
+        return toSingle(store.value(key).toString());
+    } catch (const RuntimeError&) {
+        return std::nullopt; // not a number: ignored
+    }
 }
 
 } // namespace quvo

@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 class QSettings;
 
@@ -23,5 +24,12 @@ std::unique_ptr<QSettings> openSettingsSection(const QString& section);
 
 // The file the store is kept in (empty where it is not a file, the Windows registry).
 QString settingsStoreFile();
+
+// Window positions and sizes are kept as the text of single-precision numbers, in twips.
+// The text a value is stored as ("1000", "1234.5").
+QString storedSingleText(float value);
+// A stored value: `defaultValue` when the key is absent, std::nullopt when its text is not a
+// number (the window then keeps what it has).
+std::optional<float> readStoredSingle(QSettings& store, const QString& key, float defaultValue);
 
 } // namespace quvo

@@ -1,6 +1,7 @@
 // Settings kept between runs: program folder and paths, the three-line settings file, the
 // per-user store with the main window's placement, and the single-instance lock.
 
+#include "acquisition/MoniterPosition.h"
 #include "app/Settings.h"
 
 #include "resources/Constant.h"

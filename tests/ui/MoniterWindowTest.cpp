@@ -4,6 +4,7 @@
 
 #include "acquisition/frmMoniter.h"
 #include "acquisition/frmMoniterLayout.h"
+#include "acquisition/MoniterPosition.h"
 #include "app/Settings.h"
 #include "resources/Constant.h"
 #include "resources/Twips.h"
