@@ -101,7 +101,7 @@ const QStringList& DataDocument::panelKeys()
 {
     static const QStringList keys = {QStringLiteral("Label"), QStringLiteral("Max"),    QStringLiteral("Interval"),
                                      QStringLiteral("Min"),   QStringLiteral("Period"), QStringLiteral("Avg"),
-                                     QStringLiteral("X"),     QStringLiteral("Y")};
+                                     QStringLiteral("X"),     QStringLiteral("Y"),      QStringLiteral("Judge")};
     return keys;
 }
 
@@ -112,6 +112,8 @@ QString DataDocument::panelCaption(const QString& key)
         {QStringLiteral("Avg"), Res::Avg},       {QStringLiteral("Interval"), Res::Interval},
         {QStringLiteral("Period"), Res::Period}, {QStringLiteral("X"), Res::XAxis},
         {QStringLiteral("Y"), Res::YAxis}};
+    if (key == QLatin1String("Judge"))
+        return QStringLiteral("JUDGE "); // beyond the original program: no string-table text
     const auto it = captions.constFind(key);
     return it == captions.cend() ? QString() : ResID(it.value()) + QLatin1Char(' ');
 }
@@ -195,6 +197,8 @@ void DataDocument::OpenNew(int kind)
     d->resetGrid(21);
     for (int row = 1; row <= 20; ++row)
         d->setLabel(row, row);
+    d->judge = ReadingJudge(m_limits);
+    showJudgementCounts();
 
     d->statsByUnit = 1;
     d->stats.unitCode = UnitCodes::None;
@@ -362,6 +366,8 @@ void DataDocument::addReading(const std::array<View, 4>& texts, bool fromZero)
         classifyAndTrack(mode, raw);
     if (numeric)
         d->stats.accumulate(number, row);
+    if (d->judge.limits().active())
+        judgeRow(row, value, mode); // the panel follows with DispCalculation
     if (!m_quiet)
         emit rowsChanged(row, row);
 }
@@ -414,6 +420,10 @@ void DataDocument::addRealtimeReading(QStringView time, QStringView value, QStri
         classifyAndTrack(mode, raw);
     if (isNumeric)
         d->stats.accumulate(number, row);
+    if (d->judge.limits().active()) {
+        judgeRow(row, value, mode);
+        showJudgementCounts();
+    }
 
     if (d->progressValue < d->progressMaximum) {
         ++d->progressValue;
@@ -518,11 +528,69 @@ QString DataDocument::GetDispavg()
 
 void DataDocument::DispCalculation()
 {
+    showJudgementCounts();
     if (d->stats.numericCount == 0)
         return;
     setPanel(Content::Max, GetDispmax(true));
     setPanel(Content::Min, GetDispmin(true));
     setPanel(Content::Avg, GetDispavg());
+}
+
+// --- Limits ------------------------------------------------------------------------------------
+
+void DataDocument::setLimits(const Limits& limits)
+{
+    m_limits = limits;
+    judgeAllRows();
+    showJudgementCounts();
+    PaintGraph();
+    if (!m_quiet)
+        emit judgementChanged();
+}
+
+const Limits& DataDocument::limits() const
+{
+    return d->judge.limits();
+}
+
+Judgement DataDocument::judgement(int row) const
+{
+    if (row < 1 || static_cast<std::size_t>(row) > d->judged.size())
+        return Judgement::None;
+    return d->judged[static_cast<std::size_t>(row - 1)];
+}
+
+const JudgementCounts& DataDocument::judgementCounts() const
+{
+    return d->tally;
+}
+
+template <class View>
+void DataDocument::judgeRow(int row, View value, View mode)
+{
+    const auto i = static_cast<std::size_t>(row - 1);
+    if (d->judged.size() <= i)
+        d->judged.resize(i + 1, Judgement::None);
+    d->tally.add(d->judged[i], -1);
+    d->judged[i] = d->judge.judge(value, mode);
+    d->tally.add(d->judged[i]);
+}
+
+void DataDocument::judgeAllRows()
+{
+    d->judge = ReadingJudge(m_limits);
+    d->judged.clear();
+    d->tally = {};
+    if (!m_limits.active())
+        return;
+    d->judged.reserve(static_cast<std::size_t>(d->count));
+    for (int row = 1; row <= d->count; ++row)
+        judgeRow(row, d->text(row, 2), d->text(row, 3));
+}
+
+void DataDocument::showJudgementCounts()
+{
+    setPanel(Content::Judge, d->judge.limits().active() ? judgementCountsText(d->tally) : QString());
 }
 
 // --- Interval and period ---------------------------------------------------------------------
@@ -737,6 +805,13 @@ void DataDocument::PaintGraph()
     f.maxValue = d->stats.chartMaxValue;
     f.hasMin = d->stats.chartMinRow > 0;
     f.minValue = d->stats.chartMinValue;
+    // The limit lines, once a reading of the limits' unit has been judged.
+    const Limits& limits = d->judge.limits();
+    const bool ofUnit = d->tally.judged() > 0;
+    f.hasUpperLine = ofUnit && limits.upper.has_value();
+    f.upperLine = limits.upper.value_or(0);
+    f.hasLowerLine = ofUnit && limits.lower.has_value();
+    f.lowerLine = limits.lower.value_or(0);
     d->updateYScale();
     if (!m_quiet)
         emit chartChanged();

@@ -33,6 +33,7 @@
 //
 // Everything runs on the user-interface thread.
 
+#include "document/Limits.h"
 #include "document/UnitStatistics.h"
 #include "resources/Constant.h"
 
@@ -113,6 +114,12 @@ struct ChartFrame {
     float minValue = 0;
     double yMinimum = 0;  // the Y scale in effect (automatic or custom)
     double yMaximum = 10;
+    // The limits drawn across the chart as lines (when the document's readings are of the
+    // limits' unit); the automatic scale keeps them in view.
+    bool hasUpperLine = false;
+    double upperLine = 0;
+    bool hasLowerLine = false;
+    double lowerLine = 0;
 };
 
 class DataDocument : public QObject {
@@ -124,7 +131,9 @@ public:
     static constexpr int KindBeforeOpen = DataKinds::Logging;
 
     // Status panels by key (the window's status bars stBar1..stBar3).
-    static const QStringList& panelKeys(); // "Label", "Max", "Interval", "Min", "Period", "Avg", "X", "Y"
+    // "Label", "Max", "Interval", "Min", "Period", "Avg", "X", "Y", and "Judge" (the counts of
+    // the rows judged against limits; empty without limits).
+    static const QStringList& panelKeys();
     // The fixed caption shown before a value panel ("MAX ", "X axis ", ...); "" for "Label".
     static QString panelCaption(const QString& key);
 
@@ -178,6 +187,16 @@ public:
     const ReadingStatistics& statistics() const;
     int statisticsByUnit() const;  // 1: readings are classified by unit; 0: AVG as "0.0000"
     QString modeCode() const;      // the document's copy of MeterModel
+
+    // --- Limits (beyond the original program) ------------------------------------------------
+    // The limits every row is judged against (Limits.h). Without limits (the default) nothing
+    // is judged and the "Judge" panel stays empty. The judgement is worked out from the rows
+    // whenever they or the limits change; it is never written into the data file.
+    void setLimits(const Limits& limits);
+    // The limits in use; a unit left open is the unit of the first reading that has one.
+    const Limits& limits() const;
+    Judgement judgement(int row) const; // None outside the data rows
+    const JudgementCounts& judgementCounts() const;
 
     // --- Interval and period -------------------------------------------------------------
     void SetInterval(const QString& days, const QString& hours, const QString& minutes, const QString& seconds);
@@ -277,6 +296,7 @@ signals:
     void kindChanged(int kind);              // Tag() changed
     void windowSizeChanged();                // a data file set the window size and state
     void commandStateRequested();            // the main window should set its document commands
+    void judgementChanged();                 // the limits changed: every row's judgement may differ
 
 private:
     struct Content;
@@ -293,6 +313,10 @@ private:
     void addRealtimeReading(QStringView time, QStringView value, QStringView mode, bool isNumeric, QStringView raw);
     template <class View>
     void classifyAndTrack(View mode, View raw);
+    template <class View>
+    void judgeRow(int row, View value, View mode);
+    void judgeAllRows();
+    void showJudgementCounts();
     void appendGridRow();
     void setPanel(int panel, const QString& text);
     void setKind(int kind);
@@ -308,6 +332,7 @@ private:
     QByteArray dataFileBytes();
 
     std::unique_ptr<Content> d;
+    Limits m_limits; // as set; d->judge holds them with the unit the rows gave
     Prompter* m_prompter = nullptr;
     std::function<void(bool)> m_busyHook;
     int m_quiet = 0; // > 0 while the grid's redrawing is off: no fine-grained signals

@@ -17,7 +17,7 @@
 namespace quvo {
 
 struct DataDocument::Content {
-    enum Panel { Label, Max, Interval, Min, Period, Avg, X, Y, PanelCount };
+    enum Panel { Label, Max, Interval, Min, Period, Avg, X, Y, Judge, PanelCount };
 
     int kind = DataKinds::Unknown;
     QString tag;
@@ -34,6 +34,11 @@ struct DataDocument::Content {
 
     std::int32_t count = 0; // readings; the row of the newest one
     ReadingStatistics stats;
+    // The judgement of each reading against the limits (index row - 1; rows past its end
+    // have none), the judge that binds a unit left open, and the counts.
+    std::vector<Judgement> judged;
+    ReadingJudge judge;
+    JudgementCounts tally;
     int statsByUnit = 1;
     bool unchanged = true;
     QString modelCopy;
@@ -92,6 +97,8 @@ struct DataDocument::Content {
         cells.clear();
         label.clear();
         number.clear();
+        judged.clear();
+        tally = {};
         rows = 1;
         resizeGrid(newRows);
     }
@@ -126,6 +133,13 @@ struct DataDocument::Content {
         if (frame.hasMin) {
             low = std::min(low, frame.minValue);
             high = std::max(high, frame.minValue);
+        }
+        for (const auto& [shown, line] : {std::pair{frame.hasUpperLine, frame.upperLine},
+                                          std::pair{frame.hasLowerLine, frame.lowerLine}}) {
+            if (shown && std::isfinite(line) && std::fabs(line) <= std::numeric_limits<float>::max()) {
+                low = std::min(low, static_cast<float>(line));
+                high = std::max(high, static_cast<float>(line));
+            }
         }
         const ValueScale scale = std::isfinite(low) && std::isfinite(high) ? automaticScale(low, high) : ValueScale{};
         frame.yMinimum = scale.minimum;

@@ -1,6 +1,7 @@
 #include "document/DocumentTableModel.h"
 
 #include "document/DataDocument.h"
+#include "document/Limits.h"
 
 namespace quvo {
 
@@ -14,6 +15,7 @@ DocumentTableModel::DocumentTableModel(DataDocument* document, QObject* parent)
     connect(document, &DataDocument::rowsChanged, this, &DocumentTableModel::onRowsChanged);
     connect(document, &DataDocument::gridReset, this, &DocumentTableModel::onReset);
     connect(document, &QObject::destroyed, this, &DocumentTableModel::onReset);
+    connect(document, &DataDocument::judgementChanged, this, &DocumentTableModel::onJudgementChanged);
 }
 
 int DocumentTableModel::rowCount(const QModelIndex& parent) const
@@ -28,9 +30,26 @@ int DocumentTableModel::columnCount(const QModelIndex& parent) const
 
 QVariant DocumentTableModel::data(const QModelIndex& index, int role) const
 {
-    if (!m_document || !index.isValid() || index.row() >= m_rows || role != Qt::DisplayRole)
+    if (!m_document || !index.isValid() || index.row() >= m_rows)
         return {};
-    return m_document->TextMatrix(gridRow(index.row()), index.column() + 1);
+    if (role == Qt::DisplayRole)
+        return m_document->TextMatrix(gridRow(index.row()), index.column() + 1);
+    if (role == JudgementRole || role == Qt::ToolTipRole)
+        return judgementData(gridRow(index.row()), role);
+    return {};
+}
+
+QVariant DocumentTableModel::judgementData(int row, int role) const
+{
+    const Judgement judgement = m_document->judgement(row);
+    if (judgement != Judgement::Hi && judgement != Judgement::Lo)
+        return {};
+    if (role == JudgementRole)
+        return static_cast<int>(judgement);
+    const Limits& limits = m_document->limits();
+    return judgement == Judgement::Hi
+        ? QStringLiteral("HI: above the upper limit, %1").arg(limitDisplayText(limits.upper.value_or(0), limits.unit))
+        : QStringLiteral("LO: below the lower limit, %1").arg(limitDisplayText(limits.lower.value_or(0), limits.unit));
 }
 
 QVariant DocumentTableModel::headerData(int section, Qt::Orientation orientation, int role) const
@@ -66,8 +85,14 @@ void DocumentTableModel::onRowsChanged(int first, int last)
     const int bottom = std::min(last - 1, m_rows - 1);
     if (top > bottom)
         return;
-    emit dataChanged(index(top, 0), index(bottom, 2), {Qt::DisplayRole});
+    emit dataChanged(index(top, 0), index(bottom, 2), {Qt::DisplayRole, JudgementRole, Qt::ToolTipRole});
     emit headerDataChanged(Qt::Vertical, top, bottom);
+}
+
+void DocumentTableModel::onJudgementChanged()
+{
+    if (m_rows > 0)
+        emit dataChanged(index(0, 0), index(m_rows - 1, 2), {JudgementRole, Qt::ToolTipRole});
 }
 
 void DocumentTableModel::onReset()

@@ -110,9 +110,11 @@ TEST_F(DataDocumentTest, FixedPanelCaptionsAreTheTextsWithOneBlank)
     EXPECT_EQ(DataDocument::panelCaption(QStringLiteral("X")), QStringLiteral("X axis "));
     EXPECT_EQ(DataDocument::panelCaption(QStringLiteral("Y")), QStringLiteral("Y axis "));
     EXPECT_EQ(DataDocument::panelCaption(QStringLiteral("Label")), QString());
+    EXPECT_EQ(DataDocument::panelCaption(QStringLiteral("Judge")), QStringLiteral("JUDGE "));
     EXPECT_EQ(DataDocument::panelKeys(),
               (QStringList{QStringLiteral("Label"), QStringLiteral("Max"), QStringLiteral("Interval"), QStringLiteral("Min"),
-                           QStringLiteral("Period"), QStringLiteral("Avg"), QStringLiteral("X"), QStringLiteral("Y")}));
+                           QStringLiteral("Period"), QStringLiteral("Avg"), QStringLiteral("X"), QStringLiteral("Y"),
+                           QStringLiteral("Judge")}));
 }
 
 // --- Statistics edge cases -----------------------------------------------------------------------
