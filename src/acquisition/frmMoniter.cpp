@@ -8,6 +8,7 @@
 #include "resources/ResID.h"
 #include "resources/Twips.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -33,13 +34,44 @@ QLabel* compaLabel(QWidget* parent, const char* name, const char* text)
     return label;
 }
 
+// The colour a judgement lights its label in, under white text (a contrast of at least
+// 4.5 : 1 on any desktop, light or dark): HI warm, PASS green, LO cool, as the table's marks.
+QColor litColour(Judgement judgement)
+{
+    switch (judgement) {
+    case Judgement::Hi:
+        return QColor(190, 20, 20);
+    case Judgement::Lo:
+        return QColor(20, 70, 190);
+    case Judgement::Pass:
+        return QColor(0, 125, 40);
+    case Judgement::None:
+        break;
+    }
+    return {};
+}
+
+void light(QLabel* label, Judgement judgement, bool on)
+{
+    QFont font = label->font();
+    font.setBold(on);
+    label->setFont(font);
+    label->setAutoFillBackground(on);
+    QPalette palette; // nothing of its own: the frame's colours
+    if (on) {
+        palette.setColor(QPalette::Window, litColour(judgement));
+        palette.setColor(QPalette::WindowText, Qt::white);
+    }
+    label->setPalette(palette);
+}
+
 } // namespace
 
 frmMoniter::frmMoniter(QWidget* parent) : QWidget(parent)
 {
     setObjectName(QStringLiteral("frmMoniter"));
 
-    // The comparator display: judgement, limits and buzzer. Never written by the program.
+    // The comparator display: judgement, limits and buzzer; written only with limits.
     frCompa = new QGroupBox(this);
     frCompa->setObjectName(QStringLiteral("frCompa"));
     frCompa->setGeometry(toPixels(MoniterLayout::comparatorFrame(), this));
@@ -56,7 +88,8 @@ frmMoniter::frmMoniter(QWidget* parent) : QWidget(parent)
     grid->addWidget(compaLabel(frCompa, "llLower", "LOWER"), 1, 2);
     grid->addWidget(compaLabel(frCompa, "llLlim", "-----"), 1, 3);
     grid->addWidget(compaLabel(frCompa, "llBuzzer", "OFF"), 1, 4);
-    frCompa->setEnabled(false); // shown greyed: the comparator is not read from the meter
+    frCompa->setEnabled(false); // greyed until limits are set
+    m_beeper = [] { QApplication::beep(); };
 
     llValue = new QLabel(this);
     llValue->setObjectName(QStringLiteral("llValue"));
@@ -116,6 +149,36 @@ void frmMoniter::setKeptInView(bool on)
 void frmMoniter::SetData(const QString& answer)
 {
     llValue->setText(MonitorText(answer) + QLatin1Char(' '));
+    if (!m_comparator.active())
+        return;
+    const bool sound = m_comparator.show(answer);
+    showComparator();
+    if (sound && m_beeper)
+        m_beeper();
+}
+
+void frmMoniter::setLimits(const Limits& limits)
+{
+    m_comparator.setLimits(limits);
+    showComparator();
+}
+
+void frmMoniter::setBeeper(std::function<void()> beeper)
+{
+    m_beeper = std::move(beeper);
+}
+
+void frmMoniter::showComparator()
+{
+    const auto label = [this](const char* name) { return frCompa->findChild<QLabel*>(QLatin1String(name)); };
+    frCompa->setEnabled(m_comparator.active());
+    label("llHlim")->setText(m_comparator.upperText());
+    label("llLlim")->setText(m_comparator.lowerText());
+    label("llBuzzer")->setText(m_comparator.buzzerText());
+    const Judgement lit = m_comparator.lit();
+    light(label("llHi"), Judgement::Hi, lit == Judgement::Hi);
+    light(label("llMiddle"), Judgement::Pass, lit == Judgement::Pass);
+    light(label("llLo"), Judgement::Lo, lit == Judgement::Lo);
 }
 
 void frmMoniter::showEvent(QShowEvent* event)

@@ -5,6 +5,7 @@
 #include "acquisition/frmMoniter.h"
 #include "acquisition/frmMoniterLayout.h"
 #include "acquisition/MoniterPosition.h"
+#include "document/ChartColours.h"
 #include "app/Settings.h"
 #include "resources/Constant.h"
 #include "resources/Twips.h"
@@ -158,4 +159,81 @@ TEST_F(MoniterWindowTest, InsideTheMainWindowTheFrameIsPlacedAndSaved)
     ASSERT_TRUE(stored.left && stored.top);
     EXPECT_FLOAT_EQ(*stored.left, static_cast<float>(pixelsToTwips(45, dpiX)));
     EXPECT_FLOAT_EQ(*stored.top, static_cast<float>(pixelsToTwips(30, dpiY)));
+}
+
+// --- The comparator with limits -----------------------------------------------------------------
+
+namespace {
+
+QLabel* compaLabel(const frmMoniter& w, const char* name)
+{
+    return w.findChild<QLabel*>(QString::fromLatin1(name));
+}
+
+// The labels lit now: drawn on a background of their own, in bold.
+QStringList litLabels(const frmMoniter& w)
+{
+    QStringList lit;
+    for (const char* name : {"llHi", "llMiddle", "llLo"}) {
+        const QLabel* label = compaLabel(w, name);
+        if (label->autoFillBackground() && label->font().bold())
+            lit << label->text();
+    }
+    return lit;
+}
+
+} // namespace
+
+TEST_F(MoniterWindowTest, WithoutLimitsTheComparatorStaysAsItWas)
+{
+    frmMoniter w;
+    w.SetData(withCheck(QStringLiteral("RR,N,+09.999 VDC")));
+    EXPECT_FALSE(w.findChild<QGroupBox*>(QStringLiteral("frCompa"))->isEnabled());
+    EXPECT_EQ(compaLabel(w, "llHlim")->text(), QStringLiteral("-----"));
+    EXPECT_EQ(compaLabel(w, "llLlim")->text(), QStringLiteral("-----"));
+    EXPECT_EQ(compaLabel(w, "llBuzzer")->text(), QStringLiteral("OFF"));
+    EXPECT_TRUE(litLabels(w).isEmpty());
+}
+
+TEST_F(MoniterWindowTest, WithLimitsTheComparatorShowsThemAndLightsEachReading)
+{
+    frmMoniter w;
+    int beeps = 0;
+    w.setBeeper([&beeps] { ++beeps; });
+    Limits limits;
+    limits.upper = 2;
+    limits.lower = 0.5;
+    limits.unit = QStringLiteral("VDC");
+    limits.buzzer = true;
+    w.setLimits(limits);
+    w.show();
+    EXPECT_TRUE(w.findChild<QGroupBox*>(QStringLiteral("frCompa"))->isEnabled());
+    EXPECT_EQ(compaLabel(w, "llHlim")->text(), QStringLiteral("2VDC"));
+    EXPECT_EQ(compaLabel(w, "llLlim")->text(), QStringLiteral("500mVDC"));
+    EXPECT_EQ(compaLabel(w, "llBuzzer")->text(), QStringLiteral("ON"));
+    EXPECT_TRUE(litLabels(w).isEmpty());
+
+    w.SetData(withCheck(QStringLiteral("RR,N,+01.234 VDC")));
+    EXPECT_EQ(litLabels(w), QStringList{QStringLiteral("PASS")});
+    w.SetData(withCheck(QStringLiteral("RR,N,+02.500 VDC")));
+    EXPECT_EQ(litLabels(w), QStringList{QStringLiteral("HI")});
+    EXPECT_EQ(beeps, 1);
+    // The lit label reads: white on its colour.
+    const QLabel* hi = compaLabel(w, "llHi");
+    EXPECT_GE(contrastRatio(hi->palette().color(QPalette::WindowText), hi->palette().color(QPalette::Window)), 4.5);
+    w.SetData(withCheck(QStringLiteral("RR,N,+00.100 VDC")));
+    EXPECT_EQ(litLabels(w), QStringList{QStringLiteral("LO")});
+    EXPECT_EQ(beeps, 2);
+    w.SetData(QStringLiteral("ERROR"));
+    EXPECT_EQ(value(w)->text(), QStringLiteral("ERROR "));
+    EXPECT_TRUE(litLabels(w).isEmpty());
+    EXPECT_EQ(beeps, 2);
+
+    // Limits taken away: the comparator is greyed again.
+    w.setLimits(Limits{});
+    EXPECT_FALSE(w.findChild<QGroupBox*>(QStringLiteral("frCompa"))->isEnabled());
+    EXPECT_EQ(compaLabel(w, "llHlim")->text(), QStringLiteral("-----"));
+    w.SetData(withCheck(QStringLiteral("RR,N,+02.500 VDC")));
+    EXPECT_TRUE(litLabels(w).isEmpty());
+    EXPECT_EQ(beeps, 2);
 }
