@@ -1,9 +1,11 @@
 #include "document/frmData.h"
 
+#include "document/ChartLimitLines.h"
 #include "document/ChartView.h"
 #include "document/DataDocument.h"
 #include "document/DocumentTableModel.h"
 #include "document/RowsText.h"
+#include "document/JudgementMarks.h"
 #include "document/StatusPanel.h"
 #include "document/WidestTexts.h"
 #include "document/frmExport.h"
@@ -89,6 +91,8 @@ QStringList panelSamples(const QString& key)
         return widestExtremeTexts();
     if (key == QLatin1String("Avg"))
         return widestAverageTexts();
+    if (key == QLatin1String("Judge"))
+        return {judgementCountsText({MaxReadings, MaxReadings, MaxReadings})};
     return {};
 }
 
@@ -123,11 +127,13 @@ frmData::frmData(QWidget* parent) : QWidget(parent)
     connect(m_document, &DataDocument::axisChanged, this, [this] {
         m_scroll->setPageStep(std::max(1, m_document->graphCount()));
     });
+    connect(m_document, &DataDocument::judgementChanged, this, &frmData::showJudgePanel);
 
     onScrollChanged();
     onProgressChanged();
     for (const QString& key : DataDocument::panelKeys())
         onPanelTextChanged(key, m_document->panelText(key));
+    showJudgePanel();
     watchFrame();
 }
 
@@ -148,7 +154,7 @@ void frmData::build()
     const QFontMetrics fm(font());
     const int pad = fm.horizontalAdvance(QStringLiteral("MM"));
     const std::initializer_list<const char*> bars[3] = {
-        {"Label", "Max"},
+        {"Label", "Judge", "Max"},
         {"Interval", "Min"},
         {"Period", "Avg", "X", "Y"},
     };
@@ -169,6 +175,12 @@ void frmData::build()
             }
             auto* panel = new StatusPanel(bar);
             panel->setObjectName(key);
+            if (key == QLatin1String("Judge")) {
+                // Shown only with limits (showJudgePanel).
+                panel->setHidden(true);
+                if (QWidget* caption = bar->findChild<QLabel*>(key + QStringLiteral("Caption")))
+                    caption->setHidden(true);
+            }
             if (stretches(key)) {
                 panel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
                 layout->addWidget(panel, 1);
@@ -190,6 +202,7 @@ void frmData::build()
     m_grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_grid->setVerticalScrollMode(QAbstractItemView::ScrollPerItem);
     m_grid->setWordWrap(false);
+    m_grid->setItemDelegate(new JudgementDelegate(m_grid));
     auto* rows = new RowLabels(m_grid);
     m_grid->setVerticalHeader(rows);
     rows->setSectionResizeMode(QHeaderView::Fixed);
@@ -217,6 +230,7 @@ void frmData::build()
     m_chart = new ChartView(this);
     m_chart->setDocument(m_document);
     connect(m_chart, &ChartView::exportRequested, this, &frmData::exportChart);
+    new ChartLimitLines(m_chart, m_document);
 
     m_scroll = new QScrollBar(Qt::Horizontal, this);
     m_scroll->setObjectName(QStringLiteral("sbData"));
@@ -253,6 +267,8 @@ void frmData::fitPanels()
         int leastStretching = 0;
         for (int i = 0; i < layout->count(); ++i) {
             QWidget* widget = layout->itemAt(i)->widget();
+            if (widget->isHidden())
+                continue; // the "Judge" panel without limits
             const QFontMetrics fm = widget->fontMetrics();
             const int spare = fm.horizontalAdvance(QStringLiteral("M"));
             if (auto* panel = qobject_cast<StatusPanel*>(widget)) {
@@ -549,6 +565,23 @@ void frmData::onProgressChanged()
 {
     m_progress->setMaximum(std::max(0, m_document->progressMaximum()));
     m_progress->setValue(std::min(m_document->progressValue(), m_progress->maximum()));
+}
+
+void frmData::showJudgePanel()
+{
+    // Only with limits: without them the window is as it has always been.
+    const bool shown = m_document->limits().active();
+    StatusPanel* judge = panel(QStringLiteral("Judge"));
+    if (!judge || judge->isHidden() != shown)
+        return;
+    judge->setHidden(!shown);
+    if (auto* caption = judge->parentWidget()->findChild<QLabel*>(QStringLiteral("JudgeCaption")))
+        caption->setHidden(!shown);
+    fitPanels();
+    // A window not shown yet opens wide enough for the counts.
+    if (!isVisible())
+        m_document->setNormalSize(static_cast<float>(defaultWidthTwips()), m_document->windowHeight());
+    relayout();
 }
 
 void frmData::onPanelTextChanged(const QString& key, const QString& text)

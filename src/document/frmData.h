@@ -121,6 +121,7 @@ private:
     void onScrollChanged();
     void onProgressChanged();
     void onPanelTextChanged(const QString& key, const QString& text);
+    void showJudgePanel();
     void onUserScroll(int value);
     void rememberNormalSize();
     QList<int> selectedRows() const;
