@@ -34,6 +34,7 @@ TakenReading readingOfAnswer(const QString& answer, const QDateTime& second)
     reading.time = second;
     reading.text = MonitorText(answer);
     reading.number = parsed.valid ? parsed.numeric : QString();
+    reading.value = parsed.display;
     reading.unit = parsed.unit;
     return reading;
 }
@@ -51,6 +52,7 @@ TakenReading readingOfLastRow(const DataDocument& document, ReadingKind kind, co
         reading.row = number;
     reading.text = document.TextMatrix(row, 2);
     reading.number = DataDocument::IsReadingValue(reading.text) ? reading.text : QString();
+    reading.value = reading.text;
     reading.unit = document.TextMatrix(row, 3);
     return reading;
 }

@@ -41,6 +41,9 @@ struct TakenReading {
     // The value as a decimal number text ("1.234E-3") when the reading is a number; empty
     // for an error, an overload or an empty slot.
     QString number;
+    // The value as a document row holds it, for judging it against limits: a decimal number
+    // text, "+OL", "-OL", "ERROR", or empty for an empty slot.
+    QString value;
     QString unit; // "VDC", "OHM", ...; empty for errors
 };
 

@@ -138,9 +138,17 @@ void Publishing::activityChanged(MeterActivity activity)
     m_publisher.publish(Topics::State, statePayload(activity), true);
 }
 
+void Publishing::setLimits(const Limits& limits)
+{
+    m_judge = ReadingJudge(limits);
+}
+
 void Publishing::readingTaken(const TakenReading& reading)
 {
-    m_publisher.publish(Topics::Reading, readingPayload(reading));
+    const Judgement judgement = m_judge.judge(reading.value, reading.unit);
+    m_publisher.publish(Topics::Reading, readingPayload(reading, judgement == Judgement::None
+                                                                    ? std::nullopt
+                                                                    : std::optional<QString>(judgementText(judgement))));
 }
 
 } // namespace quvo

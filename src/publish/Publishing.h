@@ -7,6 +7,7 @@
 // the broker before it starts.
 
 #include "acquisition/ReadingObserver.h"
+#include "document/Limits.h"
 #include "publish/MqttPublisher.h"
 #include "publish/PublishSettings.h"
 
@@ -64,6 +65,10 @@ public:
     // it accepted the connection, otherwise why not (firstAnswerProblem).
     QString waitForBroker(std::chrono::milliseconds limit);
 
+    // The limits readings are judged against: a judged reading's message carries its
+    // judgement ("HI", "PASS", "LO"). None (the default): no message carries one.
+    void setLimits(const Limits& limits);
+
     // ReadingObserver: the state (retained) and every reading.
     void activityChanged(MeterActivity activity) override;
     void readingTaken(const TakenReading& reading) override;
@@ -73,6 +78,7 @@ signals:
 
 private:
     MqttPublisher m_publisher;
+    ReadingJudge m_judge;
     QString m_url;
     std::size_t m_queueCapacity = PublisherOptions::DefaultQueueCapacity;
     int m_reconnectDelayMax = PublisherOptions{}.reconnectDelayMaxSeconds;

@@ -87,10 +87,12 @@ TEST(ReadingTimes, AnAnswerIsReadAsTheMonitorShowsIt)
     EXPECT_EQ(r.kind, ReadingKind::Monitor);
     EXPECT_EQ(r.text, MonitorText(overload));
     EXPECT_TRUE(r.number.isEmpty()); // an overload is no number
+    EXPECT_EQ(r.value, QStringLiteral("+OL")); // as a document row would hold it
     EXPECT_EQ(r.unit, QStringLiteral("OHM"));
     const TakenReading error = readingOfAnswer(ErrorReading, at(9, 0, 0));
     EXPECT_EQ(error.text, ErrorReading);
     EXPECT_TRUE(error.number.isEmpty());
+    EXPECT_EQ(error.value, ErrorReading);
     EXPECT_TRUE(error.unit.isEmpty());
 }
 
@@ -230,6 +232,7 @@ protected:
             EXPECT_EQ(r.text, doc->TextMatrix(row, 2)) << i;
             EXPECT_EQ(r.unit, doc->TextMatrix(row, 3)) << i;
             EXPECT_EQ(r.number, DataDocument::IsReadingValue(r.text) ? r.text : QString()) << i;
+            EXPECT_EQ(r.value, r.text) << i;
             EXPECT_GE(r.time, wholeSecond(before)) << i;
             EXPECT_LE(r.time, after) << i;
         }

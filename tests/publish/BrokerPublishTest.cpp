@@ -17,6 +17,7 @@
 
 #include "metersim/MeterSimulator.h"
 
+#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <gtest/gtest.h>
@@ -112,6 +113,44 @@ TEST_F(BrokerPublishTest, EveryReadingArrivesInOrderWithTheStateAndTheStatus)
     EXPECT_TRUE(subscriber.waitForLast(QStringLiteral("bench/status"), "offline"));
     EXPECT_EQ(subscriber.last(QStringLiteral("bench/state")), QByteArray("idle"));
     EXPECT_EQ(publishing.statusText(), QString());
+}
+
+TEST_F(BrokerPublishTest, WithLimitsAJudgedReadingCarriesItsJudgement)
+{
+    startBroker();
+    TestSubscriber subscriber(broker.port(), QStringLiteral("judged/reading"));
+    QString error;
+    ASSERT_TRUE(subscriber.connect(&error)) << error.toStdString();
+    Publishing publishing;
+    ASSERT_TRUE(publishing.apply(settingsFor(broker.url(), QStringLiteral("judged")), &error)) << error.toStdString();
+    ASSERT_EQ(publishing.waitForBroker(10s), QString());
+    Limits limits;
+    limits.upper = 3;
+    limits.lower = 2;
+    limits.unit = QStringLiteral("VDC");
+    publishing.setLimits(limits);
+
+    TakenReading error4 = numberedReading(4);
+    error4.text = error4.value = QStringLiteral("ERROR");
+    error4.number.clear();
+    error4.unit.clear();
+    TakenReading ohms = numberedReading(5);
+    ohms.unit = QStringLiteral("OHM");
+    const TakenReading readings[] = {numberedReading(1), numberedReading(2), numberedReading(3), error4, ohms};
+    for (TakenReading r : readings) {
+        if (r.value.isEmpty())
+            r.value = r.text;
+        publishing.readingTaken(r);
+    }
+    ASSERT_TRUE(subscriber.waitForCount(QStringLiteral("judged/reading"), 5));
+    QStringList judgements;
+    for (const QByteArray& payload : subscriber.payloads(QStringLiteral("judged/reading"))) {
+        const QJsonObject object = QJsonDocument::fromJson(payload).object();
+        judgements << (object.contains(QStringLiteral("judgement")) ? object.value(QStringLiteral("judgement")).toString()
+                                                                    : QStringLiteral("(none)"));
+    }
+    EXPECT_EQ(judgements, (QStringList{QStringLiteral("LO"), QStringLiteral("PASS"), QStringLiteral("PASS"),
+                                       QStringLiteral("(none)"), QStringLiteral("(none)")}));
 }
 
 TEST_F(BrokerPublishTest, WhileTheBrokerIsAwayTheOldestReadingsAreDroppedAndTheRestFollowInOrder)
