@@ -14,6 +14,7 @@ namespace quvo::cli {
 constexpr int ExitOk = 0;
 constexpr int ExitFailed = 1; // the command could not do its work (message on stderr)
 constexpr int ExitUsage = 2;  // wrong arguments (usage on stderr)
+constexpr int ExitOutOfLimits = 3; // done, and some reading was out of the limits given
 
 struct CliCommand {
     QString name;     // "stats"

@@ -6,17 +6,18 @@ const std::vector<CliCommand>& cliCommands()
 {
     static const std::vector<CliCommand> commands = {
         {QStringLiteral("info"), QStringLiteral("info"), QStringLiteral("Print the meter's model."), runInfo},
-        {QStringLiteral("monitor"), QStringLiteral("monitor [--count N] [--mqtt URL]"),
+        {QStringLiteral("monitor"), QStringLiteral("monitor [--count N] [--upper X] [--lower X] [--format F] [--mqtt URL]"),
          QStringLiteral("Print the meter's reading once a second."), runMonitor},
         {QStringLiteral("record"),
-         QStringLiteral("record --interval T [--period T] --out FILE [--continue] [--xlsx NEW | --into OLD] [--mqtt URL]"),
+         QStringLiteral("record --interval T [--period T] --out FILE [--continue] [--xlsx NEW | --into OLD] [--upper X] "
+                        "[--lower X] [--format F] [--mqtt URL]"),
          QStringLiteral("Record readings at an interval into a data file (and a workbook)."), runRecord},
         {QStringLiteral("download"), QStringLiteral("download logging|save --out FILE [--xlsx NEW | --into OLD] [--mqtt URL]"),
          QStringLiteral("Read the meter's LOGGING or SAVE memory into a data file (and a workbook)."), runDownload},
         {QStringLiteral("recover"), QStringLiteral("recover --out FILE"),
          QStringLiteral("Restore a recording interrupted by a crash into a data file."), runRecover},
-        {QStringLiteral("stats"), QStringLiteral("stats FILE"),
-         QStringLiteral("Print MAX, MIN, AVG and the reading count of a data file."), runStats},
+        {QStringLiteral("stats"), QStringLiteral("stats FILE [--upper X] [--lower X] [--unit WORD]"),
+         QStringLiteral("Print MAX, MIN, AVG and the reading count of a data file (and HI, LO, PASS counts)."), runStats},
         {QStringLiteral("forward"), QStringLiteral("forward FILE (--xlsx NEW | --into OLD) [--title TEXT]"),
          QStringLiteral("Forward a data file to a workbook (.xlsx)."), runForward},
         {QStringLiteral("plot"),

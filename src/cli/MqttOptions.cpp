@@ -81,6 +81,7 @@ bool MqttOptions::start(HeadlessHost& host, QString& error)
         m_publishing.reset();
         return false;
     }
+    m_publishing->setLimits(m_limits);
     host.setReadingObserver(m_publishing.get());
     return true;
 }

@@ -20,6 +20,7 @@
 // touched again. The broker never changes the command's exit
 // code once the command runs: its rows are what counts.
 
+#include "document/Limits.h"
 #include "publish/PublishSettings.h"
 
 #include <QCommandLineOption>
@@ -52,6 +53,8 @@ public:
     // Takes the options; false with the reason for a usage mistake.
     bool read(const QCommandLineParser& parser, QString& error);
     bool wanted() const { return m_settings.enabled; }
+    // The limits the published readings are judged against (before start()).
+    void setLimits(const Limits& limits) { m_limits = limits; }
     const PublishSettings& settings() const { return m_settings; }
 
     // Connects, waits for the broker's first answer and makes the host tell every reading.
@@ -67,6 +70,7 @@ private:
     QCommandLineOption m_topicOption;
     QCommandLineOption m_caOption;
     PublishSettings m_settings;
+    Limits m_limits;
     std::unique_ptr<Publishing> m_publishing;
 };
 

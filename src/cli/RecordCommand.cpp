@@ -6,7 +6,8 @@
 // With --continue a full document does not end the recording: it is saved, and the
 // recording goes on in a new document saved under the next file name (RecordingFiles.h).
 // With --xlsx or --into the rows are also forwarded to a workbook as they come, written when
-// the recording ends.
+// the recording ends. With limits every row printed carries its judgement, the workbook its
+// counts, and the exit code says whether a reading was out of limits.
 
 #include "cli/RecordingFiles.h"
 
@@ -15,8 +16,10 @@
 #include "acquisition/Realtime.h"
 #include "cli/CliCommand.h"
 #include "cli/ForwardOptions.h"
+#include "cli/LimitOptions.h"
 #include "cli/MeterSession.h"
 #include "cli/MqttOptions.h"
+#include "cli/ReadingFormat.h"
 #include "cli/SignalWatcher.h"
 #include "document/DataDocument.h"
 #include "forward/Forward.h"
@@ -54,6 +57,7 @@ QString recordHelp()
     return QStringLiteral(
                "Usage: quvolink-cli [options] record --interval T [--period T] --out FILE.csv\n"
                "                    [--continue] [--xlsx NEW.xlsx | --into EXISTING.xlsx] [--title TEXT]\n"
+               "                    [--upper X] [--lower X] [--unit WORD] [--format tsv|csv|jsonl]\n"
                "                    [--mqtt URL [--topic PREFIX]]\n"
                "\n"
                "Records the meter's reading every T seconds into a new realtime document, prints\n"
@@ -86,20 +90,26 @@ QString recordHelp()
                "the chart, is written when the recording ends and its path is printed on stderr.\n")
         + ForwardOptions::helpLines()
         + QStringLiteral("\n")
+        + LimitOptions::helpLines()
+        + QStringLiteral("With limits the workbook's summary also holds the limits and the HI and LO counts.\n\n")
+        + ReadingFormat::helpLines()
+        + QStringLiteral("\n")
         + MqttOptions::helpLines()
         + QStringLiteral("\n")
         + QString::fromLatin1(GlobalOptionsHelp)
         + QStringLiteral("\n"
                          "Exit codes: 0 recorded and saved, 1 the recording, the save or the workbook failed,\n"
                          "or the broker could not be used at the start (message on stderr; the rows\n"
-                         "recorded so far are saved when possible), 2 wrong arguments.\n"
+                         "recorded so far are saved when possible), 2 wrong arguments, 3 recorded and\n"
+                         "saved, and a reading was out of the limits (HI or LO).\n"
                          "\n"
                          "Example:\n"
                          "  quvolink-cli record --interval 5 --period 00:00:01:00 --out bench.csv\n"
                          "  12:00:01\t1.234\tVDC\n"
                          "  12:00:06\t1.236\tVDC\n"
                          "  quvolink-cli --port /dev/ttyUSB0 record --interval 1 --continue --out week.csv\n"
-                         "  quvolink-cli record --interval 10 --period 3600 --out hour.csv --xlsx hour.xlsx --title \"Bench supply\"\n");
+                         "  quvolink-cli record --interval 10 --period 3600 --out hour.csv --xlsx hour.xlsx --title \"Bench supply\"\n"
+                         "  quvolink-cli record --interval 60 --out battery.csv --lower 11.8 --unit VDC --format jsonl\n");
 }
 
 // "1 reading", "2 readings".
@@ -135,6 +145,10 @@ int runRecord(const QStringList& arguments)
     parser.addOptions({intervalOption, periodOption, outOption, continueOption, limitOption});
     ForwardOptions forwarding;
     forwarding.addTo(parser);
+    LimitOptions limits;
+    limits.addTo(parser);
+    ReadingFormat format;
+    format.addTo(parser);
     MqttOptions mqtt;
     mqtt.addTo(parser);
     if (const auto exitCode = parseCommand(parser, QStringLiteral("record"), arguments, help))
@@ -148,8 +162,10 @@ int runRecord(const QStringList& arguments)
     if (!parser.isSet(outOption) || parser.value(outOption).isEmpty())
         return usageError(QStringLiteral("--out is needed: the data file to write, such as --out bench.csv."), help);
     QString error;
-    if (!forwarding.read(parser, ForwardOptions::Need::Optional, error) || !mqtt.read(parser, error))
+    if (!forwarding.read(parser, ForwardOptions::Need::Optional, error) || !limits.read(parser, error)
+        || !format.read(parser, error) || !mqtt.read(parser, error))
         return usageError(error, help);
+    mqtt.setLimits(limits.limits());
     const bool continueRecording = parser.isSet(continueOption);
     if (continueRecording && forwarding.wanted())
         return usageError(QStringLiteral("--continue cannot be combined with --xlsx or --into: a workbook takes one "
@@ -194,9 +210,13 @@ int runRecord(const QStringList& arguments)
     realtime.setJournalFolder(session.programFolder());
     realtime.setDocumentLimit(documentLimit);
 
+    // The limits of the recording; a unit left open is the first document's first unit,
+    // and stays the unit of the documents that follow it.
+    Limits recordingLimits = limits.limits();
     const auto setUp = [&](DataDocument& document) {
         document.SetInterval(interval.days, interval.hours, interval.minutes, interval.seconds);
         document.SetPeriod(!customPeriod, period.days, period.hours, period.minutes, period.seconds);
+        document.setLimits(recordingLimits);
     };
     DataDocument* document = host.newDocument(DataKinds::Realtime);
     setUp(*document);
@@ -240,6 +260,7 @@ int runRecord(const QStringList& arguments)
                 return nullptr;
             }
             realtime.releaseJournal(&full);
+            recordingLimits = full.limits();
             ++fileNumber;
             auto next = std::make_unique<DataDocument>();
             next->setPrompter(&host.prompter());
@@ -256,9 +277,19 @@ int runRecord(const QStringList& arguments)
         });
     }
 
-    QObject::connect(&realtime, &Realtime::sampleRecorded, [](const QString& label, const QString& value, const QString& unit) {
-        printOut(label + QLatin1Char('\t') + value + QLatin1Char('\t') + unit + QLatin1Char('\n'));
-    });
+    const QString heading = format.heading(limits.wanted());
+    if (!heading.isEmpty())
+        printOut(heading + QLatin1Char('\n'));
+    QObject::connect(&realtime, &Realtime::sampleRecorded,
+                     [&](const QString& label, const QString& value, const QString& unit) {
+                         const int row = document->GetDatacount();
+                         const Judgement judgement = document->judgement(row);
+                         limits.count(judgement);
+                         const TakenReading reading = readingOfLastRow(
+                             *document, ReadingKind::Realtime, labelledTime(label, QDateTime::currentDateTime()));
+                         printOut(format.line(reading, {label, value, unit}, limits.wanted(), judgement)
+                                  + QLatin1Char('\n'));
+                     });
     SignalWatcher watcher;
     QObject::connect(&watcher, &SignalWatcher::interrupted, &realtime, [&realtime] { realtime.mnuRealtimeStop(); });
 
@@ -327,7 +358,7 @@ int runRecord(const QStringList& arguments)
         return ExitFailed;
     return end == RealtimeEnd::PortLost || end == RealtimeEnd::Failed || end == RealtimeEnd::ForwardAbandoned
         ? ExitFailed
-        : ExitOk;
+        : limits.exitCode(ExitOk);
 }
 
 } // namespace quvo::cli
