@@ -5,6 +5,7 @@
 
 #include "document/DataDocument.h"
 #include "document/DataFile.h"
+#include "document/Limits.h"
 #include "resources/ProgramState.h"
 
 #include <QByteArray>
@@ -180,6 +181,98 @@ void BM_AddRealtimedataFullChart(benchmark::State& state)
     }
 }
 BENCHMARK(BM_AddRealtimedataFullChart)->Unit(benchmark::kMicrosecond)->Iterations(300);
+
+// --- Limits ---------------------------------------------------------------------------------------
+
+// Limits that the generated readings fall on both sides of (millivolts and volts, -5 .. +5).
+Limits benchLimits()
+{
+    Limits limits;
+    limits.upper = 2.5;
+    limits.lower = -1.5E-3;
+    limits.unit = QStringLiteral("VDC");
+    return limits;
+}
+
+// The judgement of one reading as the Monitor, the CLI and publishing judge it: the DATA
+// text and the unit word, from the program's own (UTF-16) texts. Eight typical readings in
+// turn; the time is per reading.
+void BM_JudgeReading(benchmark::State& state)
+{
+    const Limits limits = benchLimits();
+    const QString values[] = {QStringLiteral("1.234E-3"), QStringLiteral("-4.321"), QStringLiteral("2.500"),
+                              QStringLiteral("+OL"),      QStringLiteral("ERROR"),  QStringLiteral("0.000E-3"),
+                              QStringLiteral("3.1"),      QStringLiteral("-0.002")};
+    const QString units[] = {QStringLiteral("VDC"), QStringLiteral("VDC"), QStringLiteral("VDC"), QStringLiteral("VDC"),
+                             QString(),             QStringLiteral("VDC"), QStringLiteral("OHM"), QStringLiteral("VDC")};
+    std::size_t i = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(judgeReading(limits, values[i], units[i]));
+        i = (i + 1) % std::size(values);
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_JudgeReading)->Unit(benchmark::kNanosecond);
+
+// OpenFile of the full file with limits set: every row judged and counted while it is read.
+void BM_OpenRealtimeFileWithLimits(benchmark::State& state)
+{
+    const QString path = files().full;
+    for (auto _ : state) {
+        auto doc = std::make_unique<DataDocument>();
+        doc->OpenNew(DataDocument::KindBeforeOpen);
+        doc->setLimits(benchLimits());
+        if (!doc->OpenFile(path) || doc->judgementCounts().judged() == 0) {
+            state.SkipWithError("open failed");
+            break;
+        }
+        benchmark::DoNotOptimize(doc.get());
+    }
+}
+BENCHMARK(BM_OpenRealtimeFileWithLimits)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+// New limits on a full document: all 32767 rows judged again, the counts, the panel and the
+// chart frame.
+void BM_SetLimitsOnFullDocument(benchmark::State& state)
+{
+    auto doc = openDocument(files().full);
+    Limits a = benchLimits();
+    Limits b = a;
+    b.upper = 1.0;
+    bool flip = false;
+    for (auto _ : state) {
+        doc->setLimits((flip = !flip) ? a : b);
+        benchmark::DoNotOptimize(doc->judgementCounts());
+    }
+}
+BENCHMARK(BM_SetLimitsOnFullDocument)->Unit(benchmark::kMillisecond)->MinTime(1.0);
+
+// BM_AddRealtimedataFullChart with limits set: the row is also judged, counted and its
+// panel text made.
+void BM_AddRealtimedataFullChartWithLimits(benchmark::State& state)
+{
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto doc = openDocument(files().almostFull);
+        if (!doc || doc->graphCount() != MaxReadings) {
+            state.SkipWithError("setup failed");
+            break;
+        }
+        doc->setLimits(benchLimits());
+        state.ResumeTiming();
+        const bool ok = doc->AddGridrow();
+        doc->AddRealtimedata(QStringLiteral("09:06:06"), QStringLiteral("1.234E-3"), QStringLiteral("VDC"), true,
+                             QStringLiteral("1.234E-3"));
+        state.PauseTiming();
+        if (!ok || doc->GetDatacount() != MaxReadings || doc->judgement(MaxReadings) != Judgement::Pass) {
+            state.SkipWithError("add failed");
+            break;
+        }
+        doc.reset();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(BM_AddRealtimedataFullChartWithLimits)->Unit(benchmark::kMicrosecond)->Iterations(300);
 
 // Memory of a full document over an empty one: heap bytes in use (glibc mallinfo2) after
 // opening the full file minus after OpenNew alone, and the document's own count of the

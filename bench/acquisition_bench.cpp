@@ -11,6 +11,8 @@
 //   acquisition_bench publish [MESSAGES]    CPU of publishing one reading to a broker, from a
 //                                           burst of MESSAGES readings (default 20000)
 //
+// `cpu` takes --limits: the recording's document judges its rows against limits, and every
+// answer goes through the Monitor's comparator as the window would show it.
 // `cpu` and `timing` take --mqtt: the readings are also published to a broker of the
 // benchmark's own (mosquitto on 127.0.0.1 at a free port, its CPU not counted); with
 // --mqtt-down that broker is stopped once publishing has connected, so that the readings
@@ -20,6 +22,7 @@
 // `timing`, where it runs in a thread of this process so that it can stamp each request the
 // moment it reads it.
 
+#include "acquisition/Comparator.h"
 #include "acquisition/Download.h"
 #include "acquisition/HeadlessHost.h"
 #include "acquisition/Realtime.h"
@@ -158,7 +161,34 @@ private:
     QString m_device;
 };
 
-int benchCpu(int seconds, int mqtt)
+// The Monitor's comparator without its window: every answer shown is judged.
+class JudgingMonitor : public MonitorSink {
+public:
+    explicit JudgingMonitor(const Limits& limits) { m_comparator.setLimits(limits); }
+    void SetData(const QString& answer) override
+    {
+        m_comparator.show(answer);
+        m_lit.add(m_comparator.lit());
+    }
+    const JudgementCounts& lit() const { return m_lit; }
+
+private:
+    Comparator m_comparator;
+    JudgementCounts m_lit;
+};
+
+// Limits the simulator's ramp (-15 .. +15 V) falls on both sides of.
+Limits benchLimits()
+{
+    Limits limits;
+    limits.upper = 10;
+    limits.lower = -10;
+    limits.unit = QStringLiteral("VDC");
+    limits.buzzer = true;
+    return limits;
+}
+
+int benchCpu(int seconds, int mqtt, bool withLimits)
 {
     std::unique_ptr<BenchBroker> broker;
     if (!startBroker(mqtt, broker))
@@ -174,9 +204,17 @@ int benchCpu(int seconds, int mqtt)
     comm.setCommPort(simulator.device());
     Realtime realtime(comm, host);
     realtime.setJournalFolder(home.path());
-    if (broker)
+    if (broker) {
         host.setReadingObserver(&broker->publishing());
+        if (withLimits)
+            broker->publishing().setLimits(benchLimits());
+    }
+    JudgingMonitor monitor(benchLimits());
+    if (withLimits)
+        host.setMonitor(&monitor);
     DataDocument* document = host.newDocument(DataKinds::Realtime);
+    if (withLimits)
+        document->setLimits(benchLimits());
     document->SetInterval(QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("00"), QStringLiteral("01"));
     const int minutes = seconds / 60;
     document->SetPeriod(false, QStringLiteral("00"), QStringLiteral("00"), QString::number(minutes),
@@ -191,10 +229,16 @@ int benchCpu(int seconds, int mqtt)
     const double elapsed = wall.nsecsElapsed() / 1e9;
     const double cpu = cpuSeconds() - cpuBefore;
     const double other = otherThreadsCpuSeconds() - otherBefore;
-    std::printf("recording%s: %d rows in %.1f s wall, %.3f s CPU of this process: %.3f %% of one core "
+    std::printf("recording%s%s: %d rows in %.1f s wall, %.3f s CPU of this process: %.3f %% of one core "
                 "(%.2f ms CPU per second; other threads %.3f s)\n",
                 mqtt == 1 ? " with publishing" : (mqtt == 2 ? " with publishing, broker stopped" : ""),
-                document->GetDatacount(), elapsed, cpu, 100.0 * cpu / elapsed, 1000.0 * cpu / elapsed, other);
+                withLimits ? " with limits" : "", document->GetDatacount(), elapsed, cpu, 100.0 * cpu / elapsed,
+                1000.0 * cpu / elapsed, other);
+    if (withLimits) {
+        const JudgementCounts& rows = document->judgementCounts();
+        std::printf("rows judged: HI %d, LO %d, PASS %d; answers on the comparator: HI %d, LO %d, PASS %d\n", rows.hi,
+                    rows.lo, rows.pass, monitor.lit().hi, monitor.lit().lo, monitor.lit().pass);
+    }
     if (broker)
         broker->report();
     host.setReadingObserver(nullptr);
@@ -406,8 +450,10 @@ int main(int argc, char** argv)
     const int mqtt = arguments.removeAll(QStringLiteral("--mqtt-down")) > 0 ? 2
                    : arguments.removeAll(QStringLiteral("--mqtt")) > 0   ? 1
                                                                           : 0;
-    if (what == QLatin1String("cpu"))
-        return benchCpu(arguments.isEmpty() ? 60 : arguments.first().toInt(), mqtt);
+    if (what == QLatin1String("cpu")) {
+        const bool limits = arguments.removeAll(QStringLiteral("--limits")) > 0;
+        return benchCpu(arguments.isEmpty() ? 60 : arguments.first().toInt(), mqtt, limits);
+    }
     if (what == QLatin1String("download")) {
         const bool pace = arguments.removeAll(QStringLiteral("--pace")) > 0;
         return benchDownload(pace, arguments.isEmpty() ? 2000 : arguments.first().toInt());
@@ -418,7 +464,7 @@ int main(int argc, char** argv)
         return benchPublish(arguments.isEmpty() ? 20000 : arguments.first().toInt());
     if (what == QLatin1String("journal"))
         return benchJournal(arguments.isEmpty() ? 300 : arguments.first().toInt());
-    std::fprintf(stderr, "usage: acquisition_bench cpu [SECONDS] [--mqtt|--mqtt-down] | download [--pace] [N] | "
+    std::fprintf(stderr, "usage: acquisition_bench cpu [SECONDS] [--limits] [--mqtt|--mqtt-down] | download [--pace] [N] | "
                          "timing [SAMPLES] [--mqtt|--mqtt-down] | journal [ROWS] | publish [MESSAGES]\n");
     return 2;
 }
