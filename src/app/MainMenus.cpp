@@ -33,7 +33,8 @@ const MenuDefinition Menus[] = {
       {"mnuSetupInterval", Res::MenuSetupInterval},
       {"mnuSetupGraph", Res::MenuSetupGraph},
       {"mnuSetupBar1", 0},
-      {"mnuSetupPublishing", Res::MenuSetupPublishing}}},
+      {"mnuSetupPublishing", Res::MenuSetupPublishing},
+      {"mnuSetupLimits", Res::MenuSetupLimits}}},
     {"mnuView", Res::MenuView,
      {{"mnuViewToolbar", Res::MenuViewToolbar},
       {"mnuViewStatusbar", Res::MenuViewStatusbar},
@@ -48,7 +49,7 @@ const ToolButton MainButtons[] = {
     {"Start", Res::TipStart, "start"},       {"Ldata", Res::TipLdata, "ldata"},
     {"Sdata", Res::TipSdata, "sdata"},       {"Mstart", Res::TipMstart, "mstart"},
     {"Interval", Res::TipInterval, "interval"}, {"Graph", Res::TipGraph, "graph"},
-    {"Moniter", Res::TipMoniter, "moniter"},
+    {"Moniter", Res::TipMoniter, "moniter"},     {"Limits", Res::TipLimits, "limits"},
 };
 
 const ToolButton StopButton = {"Stop", Res::TipStop, "stop"};
@@ -89,6 +90,7 @@ QString menuItemOfToolbarKey(const QString& key)
         {QStringLiteral("Interval"), QStringLiteral("mnuSetupInterval")},
         {QStringLiteral("Graph"), QStringLiteral("mnuSetupGraph")},
         {QStringLiteral("Moniter"), QStringLiteral("mnuViewMoniter")},
+        {QStringLiteral("Limits"), QStringLiteral("mnuSetupLimits")},
     };
     return items.value(key);
 }

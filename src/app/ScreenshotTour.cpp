@@ -12,6 +12,7 @@
 #include "document/DataDocument.h"
 #include "document/frmData.h"
 #include "document/frmExport.h"
+#include "document/frmLimits.h"
 #include "document/frmSetting.h"
 #include "forward/ForwardSetup.h"
 #include "forward/frmForward.h"
@@ -45,6 +46,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
+#include <QTableView>
 #include <QTimer>
 #include <QWheelEvent>
 
@@ -466,6 +468,39 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
         ok &= save(mainWindow.statusBar(), folder, QStringLiteral("publishing-status"));
         publishing.stop();
     }
+
+    // Limits: the dialog, then the document, its chart and the Monitor judging against them
+    // (for this run only: nothing is kept in the person's settings).
+    Limits limits;
+    limits.upper = 3.5;
+    limits.lower = 1.5;
+    limits.unit = QStringLiteral("VDC");
+    limits.buzzer = true;
+    {
+        frmLimits dialog(limits, &mainWindow.prompter(), &mainWindow);
+        dialog.show();
+        ok &= save(&dialog, folder, QStringLiteral("limits-dialog"));
+    }
+    mainWindow.useLimits(limits);
+    // The table scrolled to the first rows above the upper limit.
+    for (int row = 1; row <= document->GetDatacount(); ++row) {
+        if (document->judgement(row) == Judgement::Hi) {
+            QTableView* grid = window->grid();
+            grid->scrollTo(grid->model()->index(row - 1 + 4, 0), QAbstractItemView::PositionAtBottom);
+            grid->clearSelection();
+            break;
+        }
+    }
+    reading.number = QStringLiteral("03.712");
+    const QString high = sim::readingLine(QStringLiteral("RR"), reading);
+    monitor->SetData(answer + sim::checkCharacter(answer));
+    monitor->SetData(high + sim::checkCharacter(high));
+    if (auto* frame = qobject_cast<QMdiSubWindow*>(window->parentWidget()))
+        mainWindow.mdiArea()->setActiveSubWindow(frame);
+    ok &= save(&mainWindow, folder, QStringLiteral("main-window-limits"));
+    ok &= save(window, folder, QStringLiteral("data-window-limits"));
+    ok &= save(monitor->frame(), folder, QStringLiteral("monitor-limits"));
+    mainWindow.useLimits(Limits{});
 
     // The README's tour, on a main window with only the Monitor (the sample document is
     // not to be kept: it is closed answering No to the save question).

@@ -10,7 +10,9 @@
 #include "app/frmAbout.h"
 #include "document/DataDocument.h"
 #include "document/DocumentView.h"
+#include "document/LimitSettings.h"
 #include "document/frmData.h"
+#include "document/frmLimits.h"
 #include "document/frmSetting.h"
 #include "forward/Forward.h"
 #include "forward/ForwardSetup.h"
@@ -195,6 +197,7 @@ void frmMain::buildMenus()
     on("mnuSetupInterval", &frmMain::mnuSetupInterval);
     on("mnuSetupGraph", &frmMain::mnuSetupGraph);
     on("mnuSetupPublishing", &frmMain::mnuSetupPublishing);
+    on("mnuSetupLimits", &frmMain::mnuSetupLimits);
     on("mnuViewToolbar", &frmMain::mnuViewToolbar);
     on("mnuViewStatusbar", &frmMain::mnuViewStatusbar);
     on("mnuViewMoniter", &frmMain::mnuViewMoniter);
@@ -317,6 +320,7 @@ void frmMain::Load(const QString& portOverride)
         m_publishingStatus->setText(QStringLiteral("Publishing is off: ") + publishingError);
         m_publishingStatus->setVisible(true);
     }
+    useLimits(readLimitSettings());
     m_loaded = true;
 }
 
@@ -481,6 +485,7 @@ frmData* frmMain::makeDataWindow()
         else
             QApplication::restoreOverrideCursor();
     });
+    window->document()->setLimits(m_limits); // before it is shown: it opens wide enough for the counts
     addChild(window)->show();
     return window;
 }
@@ -523,6 +528,7 @@ frmMoniter* frmMain::showMonitor()
 {
     if (!m_monitor || !programState().MonitorShown) {
         auto* window = new frmMoniter;
+        window->setLimits(m_limits);
         connect(window, &frmMoniter::monitorShownChanged, this, &frmMain::onMonitorShownChanged);
         addChild(window);
         m_monitor = window;
@@ -776,6 +782,29 @@ void frmMain::mnuSetupPublishing()
     if (!m_publishing->apply(settings, &error))
         m_prompter->warn(error);
     showPublishingStatus();
+}
+
+// --- Limits --------------------------------------------------------------------------------------
+
+void frmMain::mnuSetupLimits()
+{
+    frmLimits dialog(m_limits, m_prompter, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    QString error;
+    if (!writeLimitSettings(dialog.limits(), &error))
+        m_prompter->warn(error); // they apply to this run all the same
+    useLimits(dialog.limits());
+}
+
+void frmMain::useLimits(const Limits& limits)
+{
+    m_limits = limits;
+    for (DataDocument* document : openDocuments())
+        document->setLimits(m_limits);
+    if (m_monitor)
+        m_monitor->setLimits(m_limits);
+    m_publishing->setLimits(m_limits);
 }
 
 std::unique_ptr<ProgressView> frmMain::openProgress()

@@ -14,6 +14,7 @@
 #include "app/FileCommands.h"
 #include "app/QtPrompter.h"
 #include "app/Settings.h"
+#include "document/Limits.h"
 #include "link/Comm.h"
 
 #include <QHash>
@@ -78,6 +79,12 @@ public:
 
     // The placement kept while the window was last in its normal state, in twips.
     Placement normalPlacement() const { return m_normal; }
+
+    // The limits every document, the Monitor and publishing judge readings against (none
+    // unless the person set some in Settings › Limits..., which keeps them in the per-user
+    // store). useLimits hands other limits to every window for this run only.
+    const Limits& limits() const { return m_limits; }
+    void useLimits(const Limits& limits);
 
     // The tool-bar dispatch: the command of a tbMain key; an unknown key does nothing.
     void runToolbarKey(const QString& key);
@@ -145,6 +152,9 @@ private:
     void mnuSetupPublishing();
     void showPublishingStatus();
 
+    // Limits: Settings › Limits... (and its tool-bar button), handed to every window.
+    void mnuSetupLimits();
+
     void Resize();
     void Unload();
     // The exit's save questions, one per document with unsaved changes, before anything
@@ -180,6 +190,7 @@ private:
     QHash<QString, QAction*> m_actions;
     QHash<QString, std::function<void()>> m_commands; // menu item name -> its procedure
     QPointer<frmMoniter> m_monitor;
+    Limits m_limits;
     Placement m_normal = DefaultMainPlacement;
     bool m_loaded = false;
     QString m_simulatorPort; // the simulated meter's device, when this run has one

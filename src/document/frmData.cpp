@@ -154,7 +154,7 @@ void frmData::build()
     const QFontMetrics fm(font());
     const int pad = fm.horizontalAdvance(QStringLiteral("MM"));
     const std::initializer_list<const char*> bars[3] = {
-        {"Label", "Judge", "Max"},
+        {"Label", "Max", "Judge"},
         {"Interval", "Min"},
         {"Period", "Avg", "X", "Y"},
     };

@@ -173,6 +173,8 @@ const QHash<int, QString>& table()
         {Res::ReplaceFile, QStringLiteral("This file already exists. Do you want to replace it?")},
         {Res::ChartNotSaved, QStringLiteral("The chart could not be saved.")},
         {Res::NoExportFile, QStringLiteral("Enter the name of the file to save the chart in.")},
+        {Res::MenuSetupLimits, QStringLiteral("&Limits...")},
+        {Res::TipLimits, QStringLiteral("Limits")},
     };
     return texts;
 }

@@ -169,6 +169,8 @@ enum Id : int {
     ReplaceFile = 556,
     ChartNotSaved = 557,
     NoExportFile = 558,
+    MenuSetupLimits = 401,
+    TipLimits = 402,
 };
 } // namespace Res
 
