@@ -18,7 +18,7 @@ const std::vector<CliCommand>& cliCommands()
          QStringLiteral("Restore a recording interrupted by a crash into a data file."), runRecover},
         {QStringLiteral("stats"), QStringLiteral("stats FILE [--upper X] [--lower X] [--unit WORD]"),
          QStringLiteral("Print MAX, MIN, AVG and the reading count of a data file (and HI, LO, PASS counts)."), runStats},
-        {QStringLiteral("forward"), QStringLiteral("forward FILE (--xlsx NEW | --into OLD) [--title TEXT]"),
+        {QStringLiteral("forward"), QStringLiteral("forward FILE (--xlsx NEW | --into OLD) [--title TEXT] [--upper X] [--lower X]"),
          QStringLiteral("Forward a data file to a workbook (.xlsx)."), runForward},
         {QStringLiteral("plot"),
          QStringLiteral("plot FILE --out CHART.png|.svg|.pdf [--width PX --height PX] [--title TEXT] [--all]"),

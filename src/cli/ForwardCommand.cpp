@@ -8,6 +8,7 @@
 #include "cli/DataFileDocument.h"
 #include "cli/ForwardOptions.h"
 #include "acquisition/CancelDialog.h"
+#include "cli/LimitOptions.h"
 #include "cli/SignalWatcher.h"
 #include "document/DataDocument.h"
 #include "forward/Forward.h"
@@ -72,12 +73,15 @@ QString forwardHelp()
 {
     return QStringLiteral(
                "Usage: quvolink-cli forward FILE (--xlsx NEW.xlsx | --into EXISTING.xlsx) [--title TEXT] [--force]\n"
+               "                    [--upper X] [--lower X] [--unit WORD]\n"
                "\n"
                "Opens the data file FILE (a .CSV file saved by Quvolink) the way a document window\n"
                "does and forwards it whole to a workbook: the title in B2, the table of readings\n"
-               "from B4 with its frame, MAX, MIN and AVG in F4:G6 and a line chart at F8.\n"
+               "from B4 with its frame, MAX, MIN and AVG in F4:G6 and a line chart at F8. With\n"
+               "limits, the limits and the HI and LO counts stand in I4:K7 and the readings judged\n"
+               "HI and LO are highlighted.\n"
                "\n")
-        + ForwardOptions::helpLines()
+        + ForwardOptions::helpLines() + QStringLiteral("\n") + LimitOptions::helpLines()
         + QStringLiteral(
                "\n"
                "Prints the path of the workbook written. The workbook is not opened on the desktop.\n"
@@ -107,6 +111,8 @@ int runForward(const QStringList& arguments)
     parser.addOption(help);
     ForwardOptions forwarding;
     forwarding.addTo(parser);
+    LimitOptions limits;
+    limits.addTo(parser);
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The data file."));
     if (!parser.parse(QStringList{QStringLiteral("forward")} + arguments))
         return usageError(parser.errorText());
@@ -118,7 +124,7 @@ int runForward(const QStringList& arguments)
     if (files.size() != 1)
         return usageError(files.isEmpty() ? QStringLiteral("No data file given.") : QStringLiteral("Only one data file, please."));
     QString error;
-    if (!forwarding.read(parser, ForwardOptions::Need::Required, error))
+    if (!forwarding.read(parser, ForwardOptions::Need::Required, error) || !limits.read(parser, error))
         return usageError(error);
 
     // From here on Ctrl+C and SIGTERM are Cancel, answered whenever the event loop runs
@@ -130,6 +136,7 @@ int runForward(const QStringList& arguments)
 
     ErrorStreamPrompter prompter;
     DataDocument document;
+    document.setLimits(limits.limits());
     if (!openDataFile(document, prompter, files.first()))
         return ExitFailed; // the document showed why
     if (document.GetDatacount() == 0) {

@@ -45,6 +45,11 @@ constexpr std::int16_t xlColumns = 2;
 // Chart.Axes(index).
 constexpr std::int16_t xlCategory = 1;
 constexpr std::int16_t xlValue = 2;
+// Interior.Color of a colour: red in the lowest byte, then green, then blue.
+constexpr std::int32_t rgb(int red, int green, int blue)
+{
+    return red + green * 256 + blue * 65536;
+}
 // Range.NumberFormat texts.
 inline const QString TextFormat = QStringLiteral("@");
 inline const QString GeneralFormat = QStringLiteral("General");
@@ -57,6 +62,7 @@ class ExcelWorksheets;
 class ExcelWorksheet;
 class ExcelRange;
 class ExcelBorder;
+class ExcelInterior;
 class ExcelChartObjects;
 class ExcelChartObject;
 class ExcelChart;
@@ -133,6 +139,8 @@ public:
     // text allow it, otherwise kept as text. Never a formula.
     virtual void setValue(const QString& value) = 0;
     virtual std::shared_ptr<ExcelBorder> Borders(std::int16_t index) = 0;
+    // The cells' background.
+    virtual std::shared_ptr<ExcelInterior> Interior() = 0;
     virtual void setHorizontalAlignment(std::int16_t alignment) = 0;
     virtual void Activate() = 0;
     // Distance of the range's top-left corner from the sheet's top-left corner, in points.
@@ -144,6 +152,14 @@ class ExcelBorder {
 public:
     virtual ~ExcelBorder() = default;
     virtual void setWeight(std::int16_t weight) = 0;
+};
+
+class ExcelInterior {
+public:
+    virtual ~ExcelInterior() = default;
+    // A solid fill of the colour, as the automation interface gives colours: red + green
+    // * 256 + blue * 65536 (xl::rgb).
+    virtual void setColor(std::int32_t color) = 0;
 };
 
 class ExcelChartObjects {

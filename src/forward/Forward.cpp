@@ -1,6 +1,7 @@
 #include "forward/Forward.h"
 
 #include "document/DataDocument.h"
+#include "document/Limits.h"
 #include "resources/Constant.h"
 #include "resources/EventWait.h"
 #include "resources/ProgramState.h"
@@ -30,6 +31,9 @@ const QString ColumnC = QStringLiteral("C");
 const QString ColumnD = QStringLiteral("D");
 const QString ColumnF = QStringLiteral("F");
 const QString ColumnG = QStringLiteral("G");
+const QString ColumnI = QStringLiteral("I");
+const QString ColumnJ = QStringLiteral("J");
+const QString ColumnK = QStringLiteral("K");
 
 // Runs one step; a failing call ends it with false and its description in LastError.
 template <class Step>
@@ -331,6 +335,54 @@ bool Forward::WriteTableFrame(ExcelWorksheet& sheet, std::int32_t rowCount)
     });
 }
 
+bool Forward::WriteJudgement(ExcelWorksheet& sheet, std::int32_t rowCount)
+{
+    return guarded([&] {
+        const DataDocument* document = realtimeDocument();
+        if (!document)
+            throw noDocument();
+        const Limits& limits = document->limits();
+        const JudgementCounts& counts = document->judgementCounts();
+        if (!limits.active() || counts.judged() == 0)
+            return true;
+
+        // Beside MAX, MIN and AVG: the limits with their unit, and the counts. Numbers go
+        // in as numbers, never as a formula.
+        const auto limitRow = [&](int row, const QString& label, const std::optional<double>& limit) {
+            setText(*sheet.Cells(row, ColumnI), xl::TextFormat, label);
+            if (limit)
+                setText(*sheet.Cells(row, ColumnJ), xl::GeneralFormat, limitText(*limit));
+            else
+                setText(*sheet.Cells(row, ColumnJ), xl::TextFormat, QStringLiteral("-----"));
+            setText(*sheet.Cells(row, ColumnK), xl::TextFormat, limits.unit);
+        };
+        limitRow(4, QStringLiteral("UPPER"), limits.upper);
+        limitRow(5, QStringLiteral("LOWER"), limits.lower);
+        const auto countRow = [&](int row, Judgement judgement, int count, std::int32_t fill) {
+            setText(*sheet.Cells(row, ColumnI), xl::TextFormat, judgementText(judgement));
+            setText(*sheet.Cells(row, ColumnJ), xl::GeneralFormat, QString::number(count));
+            sheet.Range(QStringLiteral("I%1:J%1").arg(row))->Interior()->setColor(fill);
+        };
+        countRow(6, Judgement::Hi, counts.hi, HiFill);
+        countRow(7, Judgement::Lo, counts.lo, LoFill);
+
+        // The readings out of limits, each run of rows of one judgement as one range.
+        const std::int32_t last = std::min<std::int32_t>(rowCount, document->GetDatacount());
+        for (std::int32_t row = 1; row <= last;) {
+            const Judgement judgement = document->judgement(row);
+            std::int32_t end = row;
+            while (end < last && document->judgement(end + 1) == judgement)
+                ++end;
+            if (judgement == Judgement::Hi || judgement == Judgement::Lo) {
+                const QString range = QStringLiteral("C%1:C%2").arg(row + 4).arg(end + 4);
+                sheet.Range(range)->Interior()->setColor(judgement == Judgement::Hi ? HiFill : LoFill);
+            }
+            row = end + 1;
+        }
+        return true;
+    });
+}
+
 bool Forward::AddDataChart(ExcelWorksheet& sheet, std::int32_t rowCount)
 {
     return guarded([&] {
@@ -399,7 +451,7 @@ void Forward::ForwardToExcel()
         if (hidden && OpenWorkbookSheet(*app, sheet) && WriteDataRows(*sheet)) {
             DataDocument* document = currentDocument();
             const std::int32_t count = document ? document->GetDatacount() : 0;
-            ok = WriteTableFrame(*sheet, count) && AddDataChart(*sheet, count);
+            ok = WriteTableFrame(*sheet, count) && WriteJudgement(*sheet, count) && AddDataChart(*sheet, count);
         }
     }
     if (!ok)
@@ -488,6 +540,7 @@ void Forward::EndRealtimeForward()
     if (m_realtimeSheet && m_realtimeRowCount > 0) {
         // Results not looked at: whatever could be built stays.
         WriteTableFrame(*m_realtimeSheet, m_realtimeRowCount);
+        WriteJudgement(*m_realtimeSheet, m_realtimeRowCount);
         AddDataChart(*m_realtimeSheet, m_realtimeRowCount);
     }
     if (m_realtimeExcel)

@@ -10,6 +10,10 @@
 //   B5:D(N+4)     time (SAVE-mode: the row number, as a number), reading (number or word),
 //                 unit word
 //   F4:G6         "MAX", "MIN", "AVG" and the document's statistics texts, as text
+//   I4:K7         with limits (beyond the original program), when the document holds
+//                 readings of their unit: "UPPER" and "LOWER" with each limit as a number
+//                 ("-----" when unset) and its unit, "HI" and "LO" with their counts;
+//                 the readings judged HI and LO in C have a red and a blue background
 //   frame         medium lines round B4:D(N+4) and under the heading, thin lines inside
 //   chart         400 x 200 points with its corner at F8, a line of B5:D(N+4)
 //
@@ -120,6 +124,13 @@ public:
     bool WriteTableFrame(ExcelWorksheet& sheet, std::int32_t rowCount);
     // The line chart of B5:D(rowCount+4).
     bool AddDataChart(ExcelWorksheet& sheet, std::int32_t rowCount);
+    // With limits: the limits and the counts beside the summary, and the readings judged HI
+    // and LO highlighted. Nothing without limits, or when no reading is of their unit.
+    bool WriteJudgement(ExcelWorksheet& sheet, std::int32_t rowCount);
+
+    // The backgrounds of the readings judged HI and LO (xl::rgb).
+    static constexpr std::int32_t HiFill = xl::rgb(255, 199, 206);
+    static constexpr std::int32_t LoFill = xl::rgb(189, 215, 238);
 
     // --- Realtime forwarding -------------------------------------------------------------
     bool BeginRealtimeForward() override;

@@ -104,6 +104,24 @@ private:
     std::int16_t m_index;
 };
 
+class InteriorImpl : public ExcelInterior {
+public:
+    InteriorImpl(std::shared_ptr<SheetModel> sheet, xlsx::CellRect rect) : m_sheet(std::move(sheet)), m_rect(rect) {}
+
+    void setColor(std::int32_t color) override
+    {
+        if (color < 0 || color > 0xFFFFFF)
+            throw RuntimeError(QStringLiteral("%1 is not a colour (red + green * 256 + blue * 65536).").arg(color));
+        const auto c = static_cast<std::uint32_t>(color);
+        // The automation order (blue highest) turned into the file's 0xRRGGBB.
+        m_sheet->setFill(m_rect, ((c & 0xFF) << 16) | (c & 0xFF00) | ((c >> 16) & 0xFF));
+    }
+
+private:
+    std::shared_ptr<SheetModel> m_sheet;
+    xlsx::CellRect m_rect;
+};
+
 class RangeImpl : public ExcelRange {
 public:
     RangeImpl(std::shared_ptr<SheetModel> sheet, xlsx::CellRect rect) : m_sheet(std::move(sheet)), m_rect(rect) {}
@@ -126,6 +144,11 @@ public:
         if (index < xl::xlEdgeLeft || index > xl::xlInsideHorizontal)
             throw RuntimeError(QStringLiteral("Borders(%1) does not exist; the border indexes are 7 to 12.").arg(index));
         return std::make_shared<BorderImpl>(m_sheet, m_rect, index);
+    }
+    std::shared_ptr<ExcelInterior> Interior() override
+    {
+        checkSize();
+        return std::make_shared<InteriorImpl>(m_sheet, m_rect);
     }
     void setHorizontalAlignment(std::int16_t alignment) override
     {

@@ -206,6 +206,15 @@ void SheetModel::setAlignment(const CellRect& rect, std::int16_t alignment)
     m_changed = true;
 }
 
+void SheetModel::setFill(const CellRect& rect, std::uint32_t rgb)
+{
+    for (int r = rect.firstRow; r <= rect.lastRow; ++r) {
+        for (int c = rect.firstColumn; c <= rect.lastColumn; ++c)
+            cellAt(r, c).fill = rgb;
+    }
+    m_changed = true;
+}
+
 ChartModel& SheetModel::addChart(double left, double top, double width, double height)
 {
     ChartModel chart;

@@ -46,6 +46,7 @@ struct Cell {
     QString text;
     QString numberFormat;        // empty: General
     std::int16_t alignment = 0;  // automation HorizontalAlignment value; 0: not set
+    std::optional<std::uint32_t> fill; // solid background, 0xRRGGBB; none: no fill
 };
 
 struct ChartModel {
@@ -77,6 +78,7 @@ public:
     void setValue(const CellRect& rect, const QString& value);
     void setBorder(const CellRect& rect, std::int16_t index, Line line);
     void setAlignment(const CellRect& rect, std::int16_t alignment);
+    void setFill(const CellRect& rect, std::uint32_t rgb);
     void setActiveCell(int row, int column) { m_activeRow = row; m_activeColumn = column; }
     ChartModel& addChart(double left, double top, double width, double height);
     ChartModel& chart(std::size_t index) { return m_charts[index]; }

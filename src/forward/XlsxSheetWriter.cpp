@@ -13,6 +13,7 @@
 
 #include <cmath>
 #include <map>
+#include <optional>
 #include <tuple>
 
 namespace quvo::xlsx {
@@ -89,13 +90,14 @@ class FormatCache {
 public:
     explicit FormatCache(lxw_workbook* workbook) : m_workbook(workbook) {}
 
-    lxw_format* get(const QString& numberFormat, std::int16_t alignment, Line top, Line bottom, Line left, Line right)
+    lxw_format* get(const QString& numberFormat, std::int16_t alignment, Line top, Line bottom, Line left, Line right,
+                    std::optional<std::uint32_t> fill)
     {
         const std::uint8_t align = alignmentStyle(alignment);
         if (numberFormat.isEmpty() && align == LXW_ALIGN_NONE && top == Line::None && bottom == Line::None
-            && left == Line::None && right == Line::None)
+            && left == Line::None && right == Line::None && !fill)
             return nullptr;
-        const auto key = std::make_tuple(numberFormat, align, top, bottom, left, right);
+        const auto key = std::make_tuple(numberFormat, align, top, bottom, left, right, fill);
         const auto it = m_formats.find(key);
         if (it != m_formats.end())
             return it->second;
@@ -112,13 +114,18 @@ public:
         format_set_bottom(format, borderStyle(bottom));
         format_set_left(format, borderStyle(left));
         format_set_right(format, borderStyle(right));
+        if (fill) {
+            format_set_pattern(format, LXW_PATTERN_SOLID);
+            format_set_bg_color(format, static_cast<lxw_color_t>(*fill));
+        }
         m_formats.emplace(key, format);
         return format;
     }
 
 private:
     lxw_workbook* m_workbook;
-    std::map<std::tuple<QString, std::uint8_t, Line, Line, Line, Line>, lxw_format*> m_formats;
+    std::map<std::tuple<QString, std::uint8_t, Line, Line, Line, Line, std::optional<std::uint32_t>>, lxw_format*>
+        m_formats;
 };
 
 // The cell holding a point of the sheet, and the point's offset inside it in pixels.
@@ -173,7 +180,7 @@ private:
             const int c = SheetModel::columnOf(key);
             lxw_format* format = m_formats.get(cell.numberFormat, cell.alignment, m_sheet.topEdge(r, c),
                                                m_sheet.topEdge(r + 1, c), m_sheet.leftEdge(r, c),
-                                               m_sheet.leftEdge(r, c + 1));
+                                               m_sheet.leftEdge(r, c + 1), cell.fill);
             const lxw_row_t row = static_cast<lxw_row_t>(r - 1);
             const lxw_col_t column = static_cast<lxw_col_t>(c - 1);
             switch (cell.kind) {

@@ -4,6 +4,7 @@
 // formats, stats with its HI, LO and PASS lines, and the usage mistakes.
 
 #include "CliTestSupport.h"
+#include "WorkbookTestSupport.h"
 
 #include "support/TestHelpers.h"
 
@@ -12,6 +13,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -229,6 +231,36 @@ TEST_F(LimitsCommandsTest, StatsCountsHiLoAndPassAfterTheCount)
     r = run({QStringLiteral("stats"), data});
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(textLines(r.out).size(), 4);
+}
+
+TEST_F(LimitsCommandsTest, AWorkbookForwardedWithLimitsCarriesThemAndTheCounts)
+{
+    QByteArray file = "21,0\r\n9000,6000,0\r\n00,00,00,05\r\nTrue,00,01,00,00\r\n20\r\nTrue,1,1\r\nTrue,0,10,1,1\r\n";
+    for (const char* row : {"12:00:00,0.5,VDC,0.5", "12:00:05,1.5,VDC,1.5", "12:00:10,2.5,VDC,2.5", "12:00:15,3.5,VDC,3.5"})
+        file += QByteArray(row) + "\r\n";
+    const QString data = path(QStringLiteral("four.CSV"));
+    writeFileBytes(data, file);
+    const QString book = path(QStringLiteral("four.xlsx"));
+    const CliOutcome r = run({QStringLiteral("forward"), data, QStringLiteral("--xlsx"), book, QStringLiteral("--upper"),
+                              QStringLiteral("3"), QStringLiteral("--lower"), QStringLiteral("1")});
+    EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
+    const QJsonObject cells = describeWorkbook(book)
+                                  .value(QStringLiteral("sheets"))
+                                  .toArray()
+                                  .first()
+                                  .toObject()
+                                  .value(QStringLiteral("cells"))
+                                  .toObject();
+    const auto value = [&](const char* name) { return cells.value(QLatin1String(name)).toObject().value(QStringLiteral("value")); };
+    EXPECT_EQ(value("I4").toString(), QStringLiteral("UPPER"));
+    EXPECT_EQ(value("J4").toDouble(), 3);
+    EXPECT_EQ(value("J5").toDouble(), 1);
+    EXPECT_EQ(value("K4").toString(), QStringLiteral("VDC")); // the unit of the first reading
+    EXPECT_EQ(value("J6").toInt(), 1);
+    EXPECT_EQ(value("J7").toInt(), 1);
+    EXPECT_EQ(cells.value(QStringLiteral("C5")).toObject().value(QStringLiteral("fill")).toString(), QStringLiteral("BDD7EE"));
+    EXPECT_EQ(cells.value(QStringLiteral("C8")).toObject().value(QStringLiteral("fill")).toString(), QStringLiteral("FFC7CE"));
+    EXPECT_FALSE(cells.value(QStringLiteral("C6")).toObject().contains(QStringLiteral("fill")));
 }
 
 TEST_F(LimitsCommandsTest, MistakesInTheLimitsAreUsageErrors)

@@ -80,6 +80,19 @@ private:
     std::int16_t m_index;
 };
 
+class FakeInterior : public ExcelInterior {
+public:
+    FakeInterior(FakeExcel& excel, QString range) : m_excel(excel), m_range(std::move(range)) {}
+    void setColor(std::int32_t color) override
+    {
+        m_excel.call(QStringLiteral("%1.Interior.Color=%2").arg(m_range).arg(color));
+    }
+
+private:
+    FakeExcel& m_excel;
+    QString m_range;
+};
+
 class FakeRange : public ExcelRange {
 public:
     FakeRange(FakeExcel& excel, std::shared_ptr<FakeWorkbookState> book, QString sheet, QString label, QString cell)
@@ -98,6 +111,7 @@ public:
     {
         return std::make_shared<FakeBorder>(m_excel, m_label, index);
     }
+    std::shared_ptr<ExcelInterior> Interior() override { return std::make_shared<FakeInterior>(m_excel, m_label); }
     void setHorizontalAlignment(std::int16_t alignment) override
     {
         m_excel.call(QStringLiteral("%1.HorizontalAlignment=%2").arg(m_label).arg(alignment));

@@ -5,6 +5,7 @@
 #include "FakeExcel.h"
 
 #include "document/DataDocument.h"
+#include "document/Limits.h"
 #include "forward/Forward.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
@@ -534,6 +535,57 @@ TEST_F(ForwardEngineTest, FailuresOfEachStepAreReported)
         EXPECT_TRUE(excel.created[0]->visible);
         programState().CurrentDoc = nullptr;
     }
+}
+
+TEST_F(ForwardEngineTest, WithLimitsTheJudgementComesBetweenTheSummaryAndTheChart)
+{
+    auto doc = realtimeDocument(7); // -0.5, -0.25, ERROR, 0.25, 0.5, 0.75, 1.0 V
+    Limits limits;
+    limits.upper = 0.5;
+    limits.lower = -0.3;
+    limits.unit = QStringLiteral("VDC");
+    doc->setLimits(limits);
+    programState().ExcelTitle = QStringLiteral("Judged");
+
+    engine.ForwardToExcel();
+
+    const int frameEnd = static_cast<int>(excel.log.indexOf(QStringLiteral("Cells(6,G).Value=") + doc->GetDispavg()));
+    const int chartStart = static_cast<int>(excel.log.indexOf(QStringLiteral("Range(F8).Left")));
+    ASSERT_GT(frameEnd, 0);
+    ASSERT_GT(chartStart, frameEnd);
+    QStringList expected;
+    expected << cell(4, "I", QStringLiteral("@"), QStringLiteral("UPPER")) << cell(4, "J", QStringLiteral("General"), QStringLiteral("0.5"))
+             << cell(4, "K", QStringLiteral("@"), QStringLiteral("VDC"));
+    expected << cell(5, "I", QStringLiteral("@"), QStringLiteral("LOWER")) << cell(5, "J", QStringLiteral("General"), QStringLiteral("-0.3"))
+             << cell(5, "K", QStringLiteral("@"), QStringLiteral("VDC"));
+    expected << cell(6, "I", QStringLiteral("@"), QStringLiteral("HI")) << cell(6, "J", QStringLiteral("General"), QStringLiteral("2"))
+             << QStringLiteral("Range(I6:J6).Interior.Color=%1").arg(Forward::HiFill);
+    expected << cell(7, "I", QStringLiteral("@"), QStringLiteral("LO")) << cell(7, "J", QStringLiteral("General"), QStringLiteral("1"))
+             << QStringLiteral("Range(I7:J7).Interior.Color=%1").arg(Forward::LoFill);
+    expected << QStringLiteral("Range(C5:C5).Interior.Color=%1").arg(Forward::LoFill)
+             << QStringLiteral("Range(C10:C11).Interior.Color=%1").arg(Forward::HiFill); // one run of two rows
+    EXPECT_EQ(excel.log.mid(frameEnd + 1, chartStart - frameEnd - 1), expected);
+    EXPECT_TRUE(prompter.texts.isEmpty());
+    // Pink and light blue, in the automation's colour order (red lowest).
+    EXPECT_EQ(Forward::HiFill, 255 + 199 * 256 + 206 * 65536);
+    EXPECT_EQ(Forward::LoFill, 189 + 215 * 256 + 238 * 65536);
+
+    // A refused highlight ends the forwarding with its description, before the chart.
+    excel.log.clear();
+    prompter.texts.clear();
+    excel.failAt = QStringLiteral("Range(C10:C11).Interior.Color=*");
+    excel.failDescription = QStringLiteral("No colours here.");
+    engine.ForwardToExcel();
+    EXPECT_EQ(prompter.texts, QStringList{QStringLiteral("No colours here.")});
+    EXPECT_TRUE(excel.entriesStartingWith(QStringLiteral("ChartObjects.Add")).isEmpty());
+}
+
+TEST_F(ForwardEngineTest, WithoutLimitsNothingIsWrittenBesideTheSummary)
+{
+    auto doc = realtimeDocument(7);
+    engine.ForwardToExcel();
+    EXPECT_TRUE(excel.entriesStartingWith(QStringLiteral("Cells(4,I)")).isEmpty());
+    EXPECT_TRUE(excel.log.filter(QStringLiteral("Interior")).isEmpty());
 }
 
 TEST_F(ForwardEngineTest, ApplicationThatCannotBeStarted)

@@ -8,12 +8,14 @@
 #include "WorkbookTestSupport.h"
 
 #include "document/DataDocument.h"
+#include "document/Limits.h"
 #include "forward/Forward.h"
 #include "forward/XlsxBackend.h"
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
 #include "resources/ProgressView.h"
 #include "resources/RuntimeError.h"
+#include "resources/TextNumber.h"
 #include "support/ScriptedPrompter.h"
 
 #include <QCoreApplication>
@@ -311,6 +313,158 @@ TEST_F(ForwardWorkbookTest, RealtimeRowsAsTheyArriveThenEnd)
     EXPECT_FALSE(engine.RealtimeExcel());
     const QJsonObject book = test::describeWorkbook(connector->writtenFiles()[0]);
     test::expectForwardedSheet(test::sheetNamed(book, QStringLiteral("Sheet1")), contentOf(*doc, QStringLiteral("Live")));
+}
+
+// --- Limits ------------------------------------------------------------------------------------------
+
+namespace {
+
+Limits zeroToTwoVolts()
+{
+    Limits limits;
+    limits.upper = 2;
+    limits.lower = 0;
+    limits.unit = QStringLiteral("VDC");
+    return limits;
+}
+
+// What the rules say of the readings of `doc` against 0 .. 2 V, and how the sheet must
+// show it: the limits and the counts in I4:K7, the readings judged HI and LO highlighted.
+void expectJudgementOnSheet(const QJsonObject& sheet, DataDocument& doc, const Limits& limits)
+{
+    const QJsonObject cells = sheet.value(QStringLiteral("cells")).toObject();
+    const auto cell = [&](const QString& name) { return cells.value(name).toObject(); };
+    const QString hiFill = QStringLiteral("FFC7CE");
+    const QString loFill = QStringLiteral("BDD7EE");
+
+    JudgementCounts counts;
+    for (int row = 1; row <= doc.GetDatacount(); ++row) {
+        const QString value = doc.TextMatrix(row, 2);
+        double number = 0;
+        Judgement j = Judgement::None;
+        if (value == QLatin1String("+OL"))
+            j = Judgement::Hi;
+        else if (value == QLatin1String("-OL"))
+            j = Judgement::Lo;
+        else if (parseNumber(value, number))
+            j = number > *limits.upper ? Judgement::Hi : number < *limits.lower ? Judgement::Lo : Judgement::Pass;
+        counts.add(j);
+        const QString name = QStringLiteral("C%1").arg(row + 4);
+        const QJsonValue fill = cell(name).value(QStringLiteral("fill"));
+        if (j == Judgement::Hi)
+            EXPECT_EQ(fill.toString(), hiFill) << name.toStdString();
+        else if (j == Judgement::Lo)
+            EXPECT_EQ(fill.toString(), loFill) << name.toStdString();
+        else
+            EXPECT_TRUE(fill.isUndefined()) << name.toStdString();
+    }
+    ASSERT_GT(counts.hi, 0);
+    ASSERT_GT(counts.lo, 0);
+
+    EXPECT_EQ(cell(QStringLiteral("I4")).value(QStringLiteral("value")).toString(), QStringLiteral("UPPER"));
+    EXPECT_EQ(cell(QStringLiteral("I4")).value(QStringLiteral("format")).toString(), QStringLiteral("@"));
+    EXPECT_EQ(cell(QStringLiteral("J4")).value(QStringLiteral("type")).toString(), QStringLiteral("n"));
+    EXPECT_EQ(cell(QStringLiteral("J4")).value(QStringLiteral("value")).toDouble(), *limits.upper);
+    EXPECT_EQ(cell(QStringLiteral("K4")).value(QStringLiteral("value")).toString(), limits.unit);
+    EXPECT_EQ(cell(QStringLiteral("I5")).value(QStringLiteral("value")).toString(), QStringLiteral("LOWER"));
+    EXPECT_EQ(cell(QStringLiteral("J5")).value(QStringLiteral("value")).toDouble(), *limits.lower);
+    EXPECT_EQ(cell(QStringLiteral("K5")).value(QStringLiteral("value")).toString(), limits.unit);
+    EXPECT_EQ(cell(QStringLiteral("I6")).value(QStringLiteral("value")).toString(), QStringLiteral("HI"));
+    EXPECT_EQ(cell(QStringLiteral("J6")).value(QStringLiteral("type")).toString(), QStringLiteral("n"));
+    EXPECT_EQ(cell(QStringLiteral("J6")).value(QStringLiteral("value")).toInt(), counts.hi);
+    EXPECT_EQ(cell(QStringLiteral("I7")).value(QStringLiteral("value")).toString(), QStringLiteral("LO"));
+    EXPECT_EQ(cell(QStringLiteral("J7")).value(QStringLiteral("value")).toInt(), counts.lo);
+    for (const char* name : {"I6", "J6"})
+        EXPECT_EQ(cell(QLatin1String(name)).value(QStringLiteral("fill")).toString(), hiFill) << name;
+    for (const char* name : {"I7", "J7"})
+        EXPECT_EQ(cell(QLatin1String(name)).value(QStringLiteral("fill")).toString(), loFill) << name;
+    // Above the chart, which starts in row 8; values only.
+    for (const char* name : {"I8", "J8", "K8", "K6", "K7"})
+        EXPECT_FALSE(cells.contains(QLatin1String(name))) << name;
+    EXPECT_EQ(sheet.value(QStringLiteral("formula_elements")).toInt(), 0);
+}
+
+} // namespace
+
+TEST_F(ForwardWorkbookTest, WithLimitsTheSummaryCarriesTheLimitsAndCountsAndTheReadingsAreMarked)
+{
+    auto doc = realtimeDocument(16);
+    doc->setLimits(zeroToTwoVolts());
+    programState().ExcelTitle = QStringLiteral("Judged");
+    const QStringList written = forward(*doc);
+    ASSERT_EQ(written.size(), 1);
+    EXPECT_TRUE(prompter.messages.isEmpty()) << prompter.messageTexts().join(QLatin1Char('\n')).toStdString();
+    const QJsonObject sheet = test::sheetNamed(test::describeWorkbook(written[0]), QStringLiteral("Sheet1"));
+    // Everything of before stays as it was.
+    test::expectForwardedSheet(sheet, contentOf(*doc, QStringLiteral("Judged")));
+    expectJudgementOnSheet(sheet, *doc, zeroToTwoVolts());
+    EXPECT_EQ(doc->judgementCounts(), (JudgementCounts{6, 4, 4}));
+
+    // LibreOffice reads the same: it opens the workbook and saves what it read.
+    const QString resaved = test::resaveWithLibreOffice(written[0], m_dir.path());
+    ASSERT_FALSE(resaved.isEmpty());
+    const QJsonObject read = test::sheetNamed(test::describeWorkbook(resaved), QStringLiteral("Sheet1"));
+    ASSERT_FALSE(read.isEmpty());
+    expectJudgementOnSheet(read, *doc, zeroToTwoVolts());
+    const QJsonObject cells = read.value(QStringLiteral("cells")).toObject();
+    EXPECT_EQ(cells.value(QStringLiteral("G6")).toObject().value(QStringLiteral("value")).toString(), doc->GetDispavg());
+}
+
+TEST_F(ForwardWorkbookTest, AnUnsetLimitIsDashesAndLimitsOfAnotherUnitAddNothing)
+{
+    auto doc = realtimeDocument(8);
+    Limits upperOnly = zeroToTwoVolts();
+    upperOnly.lower.reset();
+    doc->setLimits(upperOnly);
+    QStringList written = forward(*doc);
+    ASSERT_EQ(written.size(), 1);
+    QJsonObject cells = test::sheetNamed(test::describeWorkbook(written[0]), QStringLiteral("Sheet1"))
+                            .value(QStringLiteral("cells"))
+                            .toObject();
+    EXPECT_EQ(cells.value(QStringLiteral("J5")).toObject().value(QStringLiteral("value")).toString(), QStringLiteral("-----"));
+    EXPECT_EQ(cells.value(QStringLiteral("J5")).toObject().value(QStringLiteral("format")).toString(), QStringLiteral("@"));
+    // Without a lower limit nothing is LO, "-OL" included; 12, "+OL" and 2.5 are HI.
+    EXPECT_EQ(cells.value(QStringLiteral("J7")).toObject().value(QStringLiteral("value")).toInt(), 0);
+    EXPECT_EQ(cells.value(QStringLiteral("J6")).toObject().value(QStringLiteral("value")).toInt(), 3);
+
+    Limits ohms = zeroToTwoVolts();
+    ohms.unit = QStringLiteral("OHM");
+    doc->setLimits(ohms);
+    written = forward(*doc);
+    ASSERT_EQ(written.size(), 1);
+    cells = test::sheetNamed(test::describeWorkbook(written[0]), QStringLiteral("Sheet1")).value(QStringLiteral("cells")).toObject();
+    for (const QString& name : cells.keys()) {
+        EXPECT_FALSE(name.startsWith(QLatin1Char('I')) || name.startsWith(QLatin1Char('J')) || name.startsWith(QLatin1Char('K')))
+            << name.toStdString();
+        EXPECT_FALSE(cells.value(name).toObject().contains(QStringLiteral("fill"))) << name.toStdString();
+    }
+}
+
+TEST_F(ForwardWorkbookTest, RealtimeRowsWithLimitsAreMarkedAndCountedWhenTheRecordingEnds)
+{
+    auto doc = std::make_unique<DataDocument>();
+    doc->OpenNew(DataKinds::Realtime);
+    doc->setLimits(zeroToTwoVolts());
+    programState().RealtimeDoc = doc.get();
+    programState().ExcelTitle = QStringLiteral("Live judged");
+    Forward engine;
+    auto connector = connectorFor(engine);
+    programState().NoForward = false;
+    ASSERT_TRUE(engine.BeginRealtimeForward());
+    for (int i = 0; i < 12; ++i) {
+        const auto& r = Readings[i % 8];
+        const QString value = QString::fromLatin1(r[0]);
+        const bool numeric = value != QStringLiteral("ERROR") && !value.endsWith(QStringLiteral("OL"));
+        ASSERT_TRUE(doc->AddGridrow());
+        doc->AddRealtimedata(timeOf(i), value, QString::fromLatin1(r[1]), numeric, QString::fromLatin1(r[2]));
+        ASSERT_TRUE(engine.AppendRealtimeRow(timeOf(i), value, QString::fromLatin1(r[1])));
+    }
+    engine.EndRealtimeForward();
+    programState().RealtimeDoc = nullptr;
+    ASSERT_EQ(connector->writtenFiles().size(), 1);
+    const QJsonObject sheet = test::sheetNamed(test::describeWorkbook(connector->writtenFiles()[0]), QStringLiteral("Sheet1"));
+    test::expectForwardedSheet(sheet, contentOf(*doc, QStringLiteral("Live judged")));
+    expectJudgementOnSheet(sheet, *doc, zeroToTwoVolts());
 }
 
 TEST_F(ForwardWorkbookTest, RealtimeStoppedBeforeAnyRowWritesNothing)

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QProcess>
 
@@ -149,6 +150,34 @@ QJsonObject workbookEntries(const QString& path)
 void makeWorkbook(const QString& kind, const QString& path)
 {
     runReader({QStringLiteral("make-") + kind, path});
+}
+
+QString resaveWithLibreOffice(const QString& path, const QString& folder)
+{
+    const QString out = QDir(folder).filePath(QStringLiteral("libreoffice"));
+    QDir().mkpath(out);
+    QProcess office;
+    office.setProcessChannelMode(QProcess::MergedChannels);
+    office.start(QStringLiteral("soffice"),
+                 {QStringLiteral("--headless"), QStringLiteral("--norestore"),
+                  QStringLiteral("-env:UserInstallation=file://") + QDir(out).filePath(QStringLiteral("profile")),
+                  QStringLiteral("--convert-to"), QStringLiteral("xlsx"), QStringLiteral("--outdir"), out, path});
+    if (!office.waitForStarted(10000)) {
+        ADD_FAILURE() << "LibreOffice (soffice) cannot be started: " << office.errorString().toStdString();
+        return {};
+    }
+    if (!office.waitForFinished(120000) || office.exitCode() != 0) {
+        office.kill();
+        office.waitForFinished(5000);
+        ADD_FAILURE() << "LibreOffice failed: " << office.readAll().toStdString();
+        return {};
+    }
+    const QString converted = QDir(out).filePath(QFileInfo(path).completeBaseName() + QStringLiteral(".xlsx"));
+    if (!QFile::exists(converted)) {
+        ADD_FAILURE() << "LibreOffice wrote no workbook: " << office.readAll().toStdString();
+        return {};
+    }
+    return converted;
 }
 
 void makeWorkbookWithSheets(const QString& path, const QStringList& names)

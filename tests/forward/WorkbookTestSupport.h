@@ -51,6 +51,12 @@ QJsonObject workbookEntries(const QString& path);
 // "strict", "doctype", "slip", "huge", "encrypted", "notworkbook", "docx").
 void makeWorkbook(const QString& kind, const QString& path);
 
+// LibreOffice Calc, headless, opens the workbook and saves it again as .xlsx into
+// `folder` (with a user profile of its own there): what it read, in a form the reader
+// above reads. Returns the new file's path; fails the running test and returns an empty
+// text when LibreOffice is missing or fails.
+QString resaveWithLibreOffice(const QString& path, const QString& folder);
+
 // Writes a workbook with openpyxl whose sheets have these names (each name in its A1).
 void makeWorkbookWithSheets(const QString& path, const QStringList& names);
 

@@ -2,7 +2,7 @@
 """Reads an .xlsx workbook independently of the program that wrote it and prints what it
 holds as JSON, for the workbook tests to compare with the rules.
 
-    check_workbook.py describe FILE      cells, formats, borders, charts of every sheet
+    check_workbook.py describe FILE      cells, formats, borders, fills, charts of every sheet
     check_workbook.py entries FILE       every zip entry with the SHA-256 of its content
     check_workbook.py views FILE         the tab the workbook opens on and which sheets are
                                          selected (read without loading the cells)
@@ -253,6 +253,14 @@ def border_style(side):
     return side.style if side is not None and side.style else None
 
 
+def solid_fill(cell):
+    """The cell's solid background as RRGGBB, or None."""
+    fill = cell.fill
+    if fill is None or fill.fill_type != "solid" or fill.fgColor is None or fill.fgColor.type != "rgb":
+        return None
+    return fill.fgColor.rgb[-6:].upper()
+
+
 def describe(path):
     import openpyxl
 
@@ -274,7 +282,8 @@ def describe(path):
             for cell in row:
                 top, bottom = border_style(cell.border.top), border_style(cell.border.bottom)
                 left, right = border_style(cell.border.left), border_style(cell.border.right)
-                if cell.value is None and not any((top, bottom, left, right)) and cell.number_format == "General":
+                fill = solid_fill(cell)
+                if cell.value is None and not any((top, bottom, left, right)) and cell.number_format == "General" and not fill:
                     continue
                 cells[cell.coordinate] = {
                     "value": cell.value,
@@ -283,6 +292,8 @@ def describe(path):
                     "borders": [top, bottom, left, right],
                     "align": cell.alignment.horizontal,
                 }
+                if fill:
+                    cells[cell.coordinate]["fill"] = fill
         selection = ws.sheet_view.selection
         hidden = sorted(letter for letter, dim in ws.column_dimensions.items() if dim.hidden)
         views = sheet_root.findall("m:sheetViews/m:sheetView", NS)
