@@ -247,32 +247,40 @@ void BM_SetLimitsOnFullDocument(benchmark::State& state)
 }
 BENCHMARK(BM_SetLimitsOnFullDocument)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 
-// BM_AddRealtimedataFullChart with limits set: the row is also judged, counted and its
-// panel text made.
-void BM_AddRealtimedataFullChartWithLimits(benchmark::State& state)
+// A recording's rows as they come, one AddGridrow + AddRealtimedata each, into a new
+// realtime document (the usual 20 points across the chart), 2000 rows per document:
+// without limits (argument 0) and with limits (1), where each row is also judged, counted
+// and its count shown. The time is per row.
+void BM_AddRealtimeRows(benchmark::State& state)
 {
+    const bool withLimits = state.range(0) != 0;
+    constexpr int RowsPerDocument = 2000;
+    const QString times[] = {QStringLiteral("09:06:06"), QStringLiteral("09:06:07")};
+    const QString values[] = {QStringLiteral("1.234E-3"), QStringLiteral("3.1"), QStringLiteral("-2.000"),
+                              QStringLiteral("ERROR")};
+    auto doc = std::make_unique<DataDocument>();
+    int rows = RowsPerDocument;
     for (auto _ : state) {
-        state.PauseTiming();
-        auto doc = openDocument(files().almostFull);
-        if (!doc || doc->graphCount() != MaxReadings) {
-            state.SkipWithError("setup failed");
-            break;
+        if (rows == RowsPerDocument) {
+            state.PauseTiming();
+            doc = std::make_unique<DataDocument>();
+            doc->OpenNew(DataKinds::Realtime);
+            if (withLimits)
+                doc->setLimits(benchLimits());
+            rows = 0;
+            state.ResumeTiming();
         }
-        doc->setLimits(benchLimits());
-        state.ResumeTiming();
-        const bool ok = doc->AddGridrow();
-        doc->AddRealtimedata(QStringLiteral("09:06:06"), QStringLiteral("1.234E-3"), QStringLiteral("VDC"), true,
-                             QStringLiteral("1.234E-3"));
-        state.PauseTiming();
-        if (!ok || doc->GetDatacount() != MaxReadings || doc->judgement(MaxReadings) != Judgement::Pass) {
-            state.SkipWithError("add failed");
-            break;
-        }
-        doc.reset();
-        state.ResumeTiming();
+        const QString& value = values[rows % 4];
+        const bool numeric = rows % 4 != 3;
+        doc->AddGridrow();
+        doc->AddRealtimedata(times[rows % 2], value, numeric ? QStringLiteral("VDC") : QString(), numeric, value);
+        ++rows;
     }
+    if (withLimits && doc->judgementCounts().judged() == 0)
+        state.SkipWithError("nothing judged");
+    state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK(BM_AddRealtimedataFullChartWithLimits)->Unit(benchmark::kMicrosecond)->Iterations(300);
+BENCHMARK(BM_AddRealtimeRows)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond)->Iterations(20000);
 
 // Memory of a full document over an empty one: heap bytes in use (glibc mallinfo2) after
 // opening the full file minus after OpenNew alone, and the document's own count of the

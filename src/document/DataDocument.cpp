@@ -569,8 +569,12 @@ template <class View>
 void DataDocument::judgeRow(int row, View value, View mode)
 {
     const auto i = static_cast<std::size_t>(row - 1);
-    if (d->judged.size() <= i)
+    if (d->judged.size() <= i) {
+        // Room as the grid's other columns have it, so a new row rarely moves them.
+        if (d->judged.capacity() <= i)
+            d->judged.reserve(std::max(d->number.capacity(), i + 1));
         d->judged.resize(i + 1, Judgement::None);
+    }
     d->tally.add(d->judged[i], -1);
     d->judged[i] = d->judge.judge(value, mode);
     d->tally.add(d->judged[i]);
@@ -583,7 +587,7 @@ void DataDocument::judgeAllRows()
     d->tally = {};
     if (!m_limits.active())
         return;
-    d->judged.reserve(static_cast<std::size_t>(d->count));
+    d->judged.reserve(d->number.capacity());
     for (int row = 1; row <= d->count; ++row)
         judgeRow(row, d->text(row, 2), d->text(row, 3));
 }
