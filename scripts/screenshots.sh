@@ -37,3 +37,15 @@ QUVOLINK_HOME="$home" XDG_RUNTIME_DIR="$home" QT_SCALE_FACTOR=2 \
 QUVOLINK_HOME="$home" XDG_RUNTIME_DIR="$home" \
   xvfb-run -a -s "-screen 0 1280x800x24" \
   build/src/app/quvolink --simulate --dark --screenshots docs/screenshots/dark
+
+# A workbook with limits as LibreOffice Calc prints it (the whole sheet on one page): a
+# recording from the simulated meter, forwarded with limits.
+QUVOLINK_HOME="$home" build/src/cli/quvolink-cli --simulate record --interval 1 --period 12 \
+  --out "$home/ramp.csv" --lower -14.5 --upper -8 >/dev/null || [ $? -eq 3 ]
+QUVOLINK_HOME="$home" build/src/cli/quvolink-cli forward "$home/ramp.csv" --xlsx "$home/ramp.xlsx" \
+  --title "Ramp" --lower -14.5 --upper -8 >/dev/null
+soffice --headless --norestore -env:UserInstallation="file://$home/office" \
+  --convert-to 'pdf:calc_pdf_Export:{"SinglePageSheets":{"type":"boolean","value":"true"}}' \
+  --outdir "$home" "$home/ramp.xlsx" >/dev/null
+pdftoppm -r 80 -png -singlefile "$home/ramp.pdf" docs/screenshots/workbook-limits
+echo docs/screenshots/workbook-limits.png
