@@ -1,5 +1,6 @@
 #include "document/frmLimits.h"
 
+#include "resources/ObjectName.h"
 #include "resources/Prompter.h"
 #include "resources/ResID.h"
 
@@ -17,13 +18,6 @@
 namespace quvo {
 
 namespace {
-
-template <class W>
-W* named(W* widget, const char* name)
-{
-    widget->setObjectName(QString::fromLatin1(name));
-    return widget;
-}
 
 QString fieldText(const std::optional<double>& limit)
 {

@@ -1,6 +1,7 @@
 #include "publish/frmPublishing.h"
 
 #include "publish/Publishing.h"
+#include "resources/ObjectName.h"
 #include "resources/Prompter.h"
 #include "resources/ResID.h"
 #include "resources/SettingsStore.h"
@@ -19,13 +20,6 @@
 namespace quvo {
 
 namespace {
-
-template <class W>
-W* named(W* widget, const char* name)
-{
-    widget->setObjectName(QString::fromLatin1(name));
-    return widget;
-}
 
 const QString CrLf = QStringLiteral("\r\n");
 

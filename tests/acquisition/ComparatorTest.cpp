@@ -3,6 +3,8 @@
 
 #include "acquisition/Comparator.h"
 
+#include "metersim/MeterSimulator.h"
+
 #include <gtest/gtest.h>
 
 using namespace quvo;
@@ -12,10 +14,7 @@ namespace {
 // A live reading line with its check character.
 QString answer(const QString& body)
 {
-    int sum = 0;
-    for (const QChar c : body)
-        sum += c.unicode();
-    return body + QString::number(sum & 0x0F, 16).toUpper();
+    return body + sim::checkCharacter(body);
 }
 
 QString volts(const char* number)

@@ -6,6 +6,7 @@
 
 #include "app/frmMain.h"
 
+#include "acquisition/frmInterval.h"
 #include "acquisition/frmMoniter.h"
 #include "document/DataDocument.h"
 #include "document/DocumentTableModel.h"
@@ -16,6 +17,7 @@
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
 #include "resources/SettingsStore.h"
+#include "support/DialogDriving.h"
 #include "support/ScriptedPrompter.h"
 #include "support/TestHelpers.h"
 
@@ -89,82 +91,37 @@ protected:
         window.reset();
     }
 
-    // Runs `inDialog` on the Limits dialog once it is open; it must close it.
-    static void whenDialogOpens(const std::function<void(frmLimits&)>& inDialog, bool& ran)
+    // Settings menu dropped down with a click, "Limits..." clicked; `inDialog` answers the
+    // dialog that opens.
+    bool useDialogFromMenu(std::function<void(frmLimits&)> inDialog)
     {
-        auto* poll = new std::function<void()>;
-        *poll = [&ran, inDialog, poll] {
-            auto* dialog = qobject_cast<frmLimits*>(QApplication::activeModalWidget());
-            if (!dialog) {
-                QTimer::singleShot(10, *poll);
-                return;
-            }
-            ran = true;
-            inDialog(*dialog);
-            if (dialog->isVisible()) // a failed expectation left it open
-                dialog->reject();
-            delete poll;
-        };
-        QTimer::singleShot(10, *poll);
-    }
-
-    // Settings menu dropped down with a click, "Limits..." clicked.
-    bool useDialogFromMenu(const std::function<void(frmLimits&)>& inDialog)
-    {
-        bool ran = false;
-        whenDialogOpens(inDialog, ran);
-        QMenuBar* bar = window->menuBar();
-        QMenu* setup = window->menu(QStringLiteral("mnuSetup"));
-        QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(setup->menuAction()).center());
-        if (!waitFor([&] { return setup->isVisible(); }, 5s))
-            return false;
+        bool opened = false;
+        whenModalOpens<frmLimits>(std::move(inDialog), opened);
         QAction* item = window->action(QStringLiteral("mnuSetupLimits"));
-        EXPECT_TRUE(item->isEnabled());
         EXPECT_EQ(item->text(), QStringLiteral("&Limits..."));
-        QTest::mouseClick(setup, Qt::LeftButton, {}, setup->actionGeometry(item).center());
-        return ran;
+        return chooseMenuItem(window->menuBar(), window->menu(QStringLiteral("mnuSetup")), item) && opened;
     }
 
     // The tool-bar button clicked.
-    bool useDialogFromToolBar(const std::function<void(frmLimits&)>& inDialog)
+    bool useDialogFromToolBar(std::function<void(frmLimits&)> inDialog)
     {
-        bool ran = false;
-        whenDialogOpens(inDialog, ran);
+        bool opened = false;
+        whenModalOpens<frmLimits>(std::move(inDialog), opened);
         clickToolButton("tbMain", "Limits");
-        return ran;
+        return opened;
     }
 
     void clickToolButton(const char* bar, const char* key)
     {
         auto* toolBar = window->findChild<QToolBar*>(QLatin1String(bar));
         ASSERT_NE(toolBar, nullptr);
-        QWidget* button = toolBar->widgetForAction(window->action(QLatin1String(key)));
+        auto* button = qobject_cast<QAbstractButton*>(toolBar->widgetForAction(window->action(QLatin1String(key))));
         ASSERT_NE(button, nullptr) << key;
         ASSERT_TRUE(button->isEnabled()) << key;
-        QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+        clickOn(button);
     }
 
-    template <class W>
-    static W* field(QWidget& dialog, const char* name)
-    {
-        W* w = dialog.findChild<W*>(QString::fromLatin1(name));
-        EXPECT_NE(w, nullptr) << name;
-        return w;
-    }
-    static void type(QWidget& dialog, const char* name, const QString& text)
-    {
-        QLineEdit* box = field<QLineEdit>(dialog, name);
-        box->setFocus();
-        box->selectAll();
-        QTest::keyClick(box, Qt::Key_Backspace);
-        QTest::keyClicks(box, text);
-    }
-    static void click(QWidget& dialog, const char* name)
-    {
-        QAbstractButton* button = field<QAbstractButton>(dialog, name);
-        QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
-    }
-    // Picks a unit in the drop-down list as a hand does: open it, type the word, Enter.
+    // Picks a unit in the drop-down list as a hand does: the list focused, the word typed.
     static void chooseUnit(QWidget& dialog, const QString& unit)
     {
         QComboBox* box = field<QComboBox>(dialog, "cbUnit");
@@ -195,24 +152,6 @@ protected:
     std::unique_ptr<frmMain> window;
 };
 
-// Answers the Interval dialog that opens next: an interval of one second typed, OK clicked.
-void answerIntervalDialogWithOneSecond()
-{
-    QTimer::singleShot(10, [] {
-        QWidget* dialog = QApplication::activeModalWidget();
-        if (!dialog) {
-            answerIntervalDialogWithOneSecond();
-            return;
-        }
-        auto* seconds = dialog->findChild<QLineEdit*>(QStringLiteral("tbIsec"));
-        seconds->setFocus();
-        seconds->selectAll();
-        QTest::keyClicks(seconds, QStringLiteral("1"));
-        auto* ok = dialog->findChild<QPushButton*>(QStringLiteral("btOk"));
-        QTest::mouseClick(ok, Qt::LeftButton, {}, ok->rect().center());
-    });
-}
-
 } // namespace
 
 TEST_F(LimitsMainWindowTest, TheMenuItemOpensTheDialogWhichChecksItsFieldsAndKeepsTheLimits)
@@ -226,8 +165,8 @@ TEST_F(LimitsMainWindowTest, TheMenuItemOpensTheDialogWhichChecksItsFieldsAndKee
         EXPECT_TRUE(field<QLineEdit>(dialog, "tbLower")->text().isEmpty());
         EXPECT_FALSE(field<QCheckBox>(dialog, "cbBuzzer")->isChecked());
 
-        type(dialog, "tbUpper", QStringLiteral("five"));
-        click(dialog, "btOk");
+        typeInto(dialog, "tbUpper", QStringLiteral("five"));
+        clickOn(dialog, "btOk");
         ASSERT_EQ(prompter.messages.size(), 1);
         EXPECT_TRUE(prompter.messages[0].text.startsWith(QStringLiteral("The upper limit \"five\" is not a number.")))
             << prompter.messages[0].text.toStdString();
@@ -235,18 +174,18 @@ TEST_F(LimitsMainWindowTest, TheMenuItemOpensTheDialogWhichChecksItsFieldsAndKee
         EXPECT_TRUE(dialog.isVisible());
         EXPECT_EQ(dialog.focusWidget(), field<QLineEdit>(dialog, "tbUpper"));
 
-        type(dialog, "tbUpper", QStringLiteral("5m"));
-        type(dialog, "tbLower", QStringLiteral("0.006"));
-        click(dialog, "btOk");
+        typeInto(dialog, "tbUpper", QStringLiteral("5m"));
+        typeInto(dialog, "tbLower", QStringLiteral("0.006"));
+        clickOn(dialog, "btOk");
         ASSERT_EQ(prompter.messages.size(), 2);
         EXPECT_EQ(prompter.messages[1].text, QStringLiteral("The lower limit (0.006) must be below the upper limit (0.005)."));
         EXPECT_EQ(dialog.focusWidget(), field<QLineEdit>(dialog, "tbLower"));
         EXPECT_TRUE(dialog.isVisible());
 
-        type(dialog, "tbLower", QStringLiteral("1E-3"));
+        typeInto(dialog, "tbLower", QStringLiteral("1E-3"));
         chooseUnit(dialog, QStringLiteral("VAC"));
-        click(dialog, "cbBuzzer");
-        click(dialog, "btOk");
+        clickOn(dialog, "cbBuzzer");
+        clickOn(dialog, "btOk");
         EXPECT_FALSE(dialog.isVisible());
     }));
     EXPECT_EQ(prompter.messages.size(), 2);
@@ -281,8 +220,8 @@ TEST_F(LimitsMainWindowTest, TheToolBarButtonOpensTheDialogAndCancelChangesNothi
     ASSERT_TRUE(useDialogFromToolBar([&](frmLimits& dialog) {
         EXPECT_EQ(field<QLineEdit>(dialog, "tbUpper")->text(), QStringLiteral("2"));
         EXPECT_EQ(field<QComboBox>(dialog, "cbUnit")->currentText(), QStringLiteral("OHM"));
-        type(dialog, "tbUpper", QStringLiteral("7"));
-        click(dialog, "btCancel");
+        typeInto(dialog, "tbUpper", QStringLiteral("7"));
+        clickOn(dialog, "btCancel");
         EXPECT_FALSE(dialog.isVisible());
     }));
     EXPECT_EQ(window->limits(), kept);
@@ -304,10 +243,10 @@ TEST_F(LimitsMainWindowTest, NoLimitsTakesThemAwayFromEveryWindow)
     ASSERT_TRUE(waitFor([&] { return data->panel(QStringLiteral("Judge"))->isVisible(); }));
 
     ASSERT_TRUE(useDialogFromToolBar([&](frmLimits& dialog) {
-        click(dialog, "btClear");
+        clickOn(dialog, "btClear");
         EXPECT_TRUE(field<QLineEdit>(dialog, "tbUpper")->text().isEmpty());
         EXPECT_TRUE(field<QLineEdit>(dialog, "tbLower")->text().isEmpty());
-        click(dialog, "btOk");
+        clickOn(dialog, "btOk");
         EXPECT_FALSE(dialog.isVisible());
     }));
     EXPECT_FALSE(window->limits().active());
@@ -330,18 +269,25 @@ TEST_F(LimitsMainWindowTest, ARecordingFromTheSimulatorShowsHiPassAndLoInTheMoni
     window->monitorWindow()->setBeeper([&beeps] { ++beeps; });
 
     ASSERT_TRUE(useDialogFromToolBar([&](frmLimits& dialog) {
-        type(dialog, "tbUpper", QStringLiteral("-12.8"));
-        type(dialog, "tbLower", QStringLiteral("-14500m"));
+        typeInto(dialog, "tbUpper", QStringLiteral("-12.8"));
+        typeInto(dialog, "tbLower", QStringLiteral("-14500m"));
         chooseUnit(dialog, QStringLiteral("VDC"));
-        click(dialog, "cbBuzzer");
-        click(dialog, "btOk");
+        clickOn(dialog, "cbBuzzer");
+        clickOn(dialog, "btOk");
     }));
     ASSERT_TRUE(prompter.messages.isEmpty()) << prompter.messageTexts().join(u'|').toStdString();
 
-    // A new realtime document from the tool bar, interval 1 s; Start from the tool bar, no
-    // forwarding.
-    answerIntervalDialogWithOneSecond();
+    // A new realtime document from the tool bar, its Interval dialog answered with 1 s;
+    // Start from the tool bar, no forwarding.
+    bool intervalAnswered = false;
+    whenModalOpens<frmInterval>(
+        [](frmInterval& dialog) {
+            typeInto(dialog, "tbIsec", QStringLiteral("1"));
+            clickOn(dialog, "btOk");
+        },
+        intervalAnswered);
     clickToolButton("tbMain", "New");
+    ASSERT_TRUE(intervalAnswered);
     DataDocument* document = window->activeDocument();
     ASSERT_TRUE(document);
     prompter.answers = {PromptAnswer::No};

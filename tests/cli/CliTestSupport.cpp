@@ -5,6 +5,7 @@
 #include "support/TestHelpers.h"
 
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -81,6 +82,20 @@ QStringList dataFileRows(const QString& path)
         rows << document.TextMatrix(row, 1) + QLatin1Char('\t') + document.TextMatrix(row, 2) + QLatin1Char('\t')
                 + document.TextMatrix(row, 3);
     return rows;
+}
+
+void CliProgramTest::SetUp()
+{
+    resetProgramState();
+    ASSERT_TRUE(m_dir.isValid());
+    m_home = m_dir.filePath(QStringLiteral("home"));
+    ASSERT_TRUE(QDir().mkpath(m_home));
+    programState().WorkPath = m_dir.filePath(QStringLiteral("WORK.~~~"));
+}
+
+void CliProgramTest::TearDown()
+{
+    resetProgramState();
 }
 
 QStringList textLines(const QString& text)

@@ -5,6 +5,9 @@
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
 
 #include <ostream>
 
@@ -44,5 +47,20 @@ QStringList textLines(const QString& text);
 
 // Seconds since midnight of a time label "hh:mm:ss" (-1 when it is not one).
 int labelSeconds(const QString& label);
+
+// A test of quvolink-cli as a program: a program folder (m_home) and a working folder
+// (m_dir) of its own, the program-wide values reset, and the work file set so that the
+// test can read the data files the program wrote.
+class CliProgramTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    CliOutcome run(const QStringList& arguments) const { return runCli(arguments, m_home, m_dir.path()); }
+    QString path(const QString& name) const { return m_dir.filePath(name); }
+
+    QTemporaryDir m_dir;
+    QString m_home;
+};
 
 } // namespace quvo::test

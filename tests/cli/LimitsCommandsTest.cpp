@@ -31,21 +31,8 @@ namespace {
 constexpr double Lower = -14.5;
 constexpr double Upper = -12.8;
 
-class LimitsCommandsTest : public ::testing::Test {
+class LimitsCommandsTest : public CliProgramTest {
 protected:
-    void SetUp() override
-    {
-        resetProgramState();
-        ASSERT_TRUE(m_dir.isValid());
-        m_home = m_dir.filePath(QStringLiteral("home"));
-        ASSERT_TRUE(QDir().mkpath(m_home));
-        programState().WorkPath = m_dir.filePath(QStringLiteral("WORK.~~~")); // for reading data files back
-    }
-    void TearDown() override { resetProgramState(); }
-
-    CliOutcome run(const QStringList& arguments) const { return runCli(arguments, m_home, m_dir.path()); }
-    QString path(const QString& name) const { return m_dir.filePath(name); }
-
     static QStringList limitOptions()
     {
         return {QStringLiteral("--lower"), QString::number(Lower), QStringLiteral("--upper"), QString::number(Upper)};
@@ -56,9 +43,6 @@ protected:
     {
         return volts > Upper ? QStringLiteral("HI") : volts < Lower ? QStringLiteral("LO") : QStringLiteral("PASS");
     }
-
-    QTemporaryDir m_dir;
-    QString m_home;
 };
 
 // The number of a value text such as "-13.952" (the tsv lines' value field or the Monitor's

@@ -34,19 +34,8 @@ using namespace quvo::test;
 
 namespace {
 
-class ProgramCommandsTest : public ::testing::Test {
+class ProgramCommandsTest : public CliProgramTest {
 protected:
-    void SetUp() override
-    {
-        resetProgramState();
-        ASSERT_TRUE(m_dir.isValid());
-        m_home = m_dir.filePath(QStringLiteral("home"));
-        ASSERT_TRUE(QDir().mkpath(m_home));
-        programState().WorkPath = m_dir.filePath(QStringLiteral("WORK.~~~"));
-    }
-
-    CliOutcome run(const QStringList& arguments) const { return runCli(arguments, m_home, m_dir.path()); }
-    QString path(const QString& name) const { return m_dir.filePath(name); }
     QStringList journals() const
     {
         return QDir(m_home).entryList({QStringLiteral("RECORDING-*")}, QDir::Files);
@@ -81,9 +70,6 @@ protected:
         content.stats[2] = document.GetDispavg();
         return content;
     }
-
-    QTemporaryDir m_dir;
-    QString m_home;
 };
 
 // --- record --continue -------------------------------------------------------------------

@@ -122,6 +122,20 @@ protected:
         return doc;
     }
 
+    // Realtime recording with forwarding: each reading added to the document, then its row
+    // appended to the sheet, as acquisition does.
+    static void recordWhileForwarding(DataDocument& doc, Forward& engine, int rows)
+    {
+        for (int i = 0; i < rows; ++i) {
+            const auto& r = Readings[i % 8];
+            const QString value = QString::fromLatin1(r[0]);
+            const bool numeric = value != QStringLiteral("ERROR") && !value.endsWith(QStringLiteral("OL"));
+            ASSERT_TRUE(doc.AddGridrow());
+            doc.AddRealtimedata(timeOf(i), value, QString::fromLatin1(r[1]), numeric, QString::fromLatin1(r[2]));
+            ASSERT_TRUE(engine.AppendRealtimeRow(timeOf(i), value, QString::fromLatin1(r[1])));
+        }
+    }
+
     QString inDir(const QString& name) const { return m_dir.filePath(name); }
 
     // Forwarding into `file` is refused: the message names the reason, the file and its
@@ -297,14 +311,7 @@ TEST_F(ForwardWorkbookTest, RealtimeRowsAsTheyArriveThenEnd)
 
     programState().NoForward = false; // the Forward dialog was confirmed
     ASSERT_TRUE(engine.BeginRealtimeForward());
-    for (int i = 0; i < 12; ++i) {
-        const auto& r = Readings[i % 8];
-        const QString value = QString::fromLatin1(r[0]);
-        const bool numeric = value != QStringLiteral("ERROR") && !value.endsWith(QStringLiteral("OL"));
-        ASSERT_TRUE(doc->AddGridrow());
-        doc->AddRealtimedata(timeOf(i), value, QString::fromLatin1(r[1]), numeric, QString::fromLatin1(r[2]));
-        ASSERT_TRUE(engine.AppendRealtimeRow(timeOf(i), value, QString::fromLatin1(r[1])));
-    }
+    recordWhileForwarding(*doc, engine, 12);
     EXPECT_TRUE(test::folderEntries(m_out).isEmpty()) << "written when the recording ends";
     engine.EndRealtimeForward();
 
@@ -451,14 +458,7 @@ TEST_F(ForwardWorkbookTest, RealtimeRowsWithLimitsAreMarkedAndCountedWhenTheReco
     auto connector = connectorFor(engine);
     programState().NoForward = false;
     ASSERT_TRUE(engine.BeginRealtimeForward());
-    for (int i = 0; i < 12; ++i) {
-        const auto& r = Readings[i % 8];
-        const QString value = QString::fromLatin1(r[0]);
-        const bool numeric = value != QStringLiteral("ERROR") && !value.endsWith(QStringLiteral("OL"));
-        ASSERT_TRUE(doc->AddGridrow());
-        doc->AddRealtimedata(timeOf(i), value, QString::fromLatin1(r[1]), numeric, QString::fromLatin1(r[2]));
-        ASSERT_TRUE(engine.AppendRealtimeRow(timeOf(i), value, QString::fromLatin1(r[1])));
-    }
+    recordWhileForwarding(*doc, engine, 12);
     engine.EndRealtimeForward();
     programState().RealtimeDoc = nullptr;
     ASSERT_EQ(connector->writtenFiles().size(), 1);

@@ -66,6 +66,14 @@ protected:
         ASSERT_TRUE(broker.start(&error)) << error.toStdString();
     }
 
+    // Publishing to this test's broker under `prefix`, once the broker accepted it.
+    void connectPublishing(Publishing& publishing, const QString& prefix)
+    {
+        QString error;
+        ASSERT_TRUE(publishing.apply(settingsFor(broker.url(), prefix), &error)) << error.toStdString();
+        ASSERT_EQ(publishing.waitForBroker(10s), QString());
+    }
+
     TestBroker broker;
 };
 
@@ -122,8 +130,7 @@ TEST_F(BrokerPublishTest, WithLimitsAJudgedReadingCarriesItsJudgement)
     QString error;
     ASSERT_TRUE(subscriber.connect(&error)) << error.toStdString();
     Publishing publishing;
-    ASSERT_TRUE(publishing.apply(settingsFor(broker.url(), QStringLiteral("judged")), &error)) << error.toStdString();
-    ASSERT_EQ(publishing.waitForBroker(10s), QString());
+    connectPublishing(publishing, QStringLiteral("judged"));
     Limits limits;
     limits.upper = 3;
     limits.lower = 2;

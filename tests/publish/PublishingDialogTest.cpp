@@ -12,6 +12,7 @@
 #include "resources/Constant.h"
 #include "resources/ProgramState.h"
 #include "resources/SettingsStore.h"
+#include "support/DialogDriving.h"
 #include "support/ScriptedPrompter.h"
 #include "support/TestHelpers.h"
 
@@ -77,50 +78,13 @@ protected:
 
     // Drops the Settings menu down with a click on the menu bar and clicks "Publishing..."; the
     // dialog that opens is handed to `inDialog`, which must close it. True when it ran.
-    bool useDialog(const std::function<void(frmPublishing&)>& inDialog)
+    bool useDialog(std::function<void(frmPublishing&)> inDialog)
     {
-        bool ran = false;
-        std::function<void()> whenOpen;
-        whenOpen = [&] {
-            auto* dialog = qobject_cast<frmPublishing*>(QApplication::activeModalWidget());
-            if (!dialog) {
-                QTimer::singleShot(10, whenOpen);
-                return;
-            }
-            ran = true;
-            inDialog(*dialog);
-            if (dialog->isVisible()) // a failed expectation left it open
-                dialog->reject();
-        };
-        QTimer::singleShot(10, whenOpen);
-        QMenuBar* bar = window->menuBar();
-        QMenu* setup = window->menu(QStringLiteral("mnuSetup"));
-        QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(setup->menuAction()).center());
-        if (!waitFor([&] { return setup->isVisible(); }, 5s))
-            return false;
-        QAction* item = window->action(QStringLiteral("mnuSetupPublishing"));
-        EXPECT_TRUE(item->isEnabled());
-        QTest::mouseClick(setup, Qt::LeftButton, {}, setup->actionGeometry(item).center());
-        return ran;
-    }
-
-    template <class W>
-    static W* field(QWidget& dialog, const char* name)
-    {
-        W* w = dialog.findChild<W*>(QString::fromLatin1(name));
-        EXPECT_NE(w, nullptr) << name;
-        return w;
-    }
-    static void type(QWidget& dialog, const char* name, const QString& text)
-    {
-        QLineEdit* box = field<QLineEdit>(dialog, name);
-        box->selectAll();
-        QTest::keyClicks(box, text);
-    }
-    static void click(QWidget& dialog, const char* name)
-    {
-        QAbstractButton* button = field<QAbstractButton>(dialog, name);
-        QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+        bool opened = false;
+        whenModalOpens<frmPublishing>(std::move(inDialog), opened);
+        return chooseMenuItem(window->menuBar(), window->menu(QStringLiteral("mnuSetup")),
+                              window->action(QStringLiteral("mnuSetupPublishing")))
+            && opened;
     }
 
     QLabel* statusPanel() const { return window->statusBar()->findChild<QLabel*>(QStringLiteral("Publishing")); }
@@ -149,13 +113,13 @@ TEST_F(PublishingDialogTest, TurnedOnItKeepsTheSettingsConnectsAndPublishesTheMo
         EXPECT_FALSE(field<QGroupBox>(dialog, "frBroker")->isEnabled());
         EXPECT_EQ(field<QLineEdit>(dialog, "tbPassword")->echoMode(), QLineEdit::Password);
         EXPECT_TRUE(field<QLabel>(dialog, "llPasswordNote")->text().contains(QDir::toNativeSeparators(settingsStoreFile())));
-        click(dialog, "cbEnabled");
+        clickOn(dialog, "cbEnabled");
         EXPECT_TRUE(field<QGroupBox>(dialog, "frBroker")->isEnabled());
-        type(dialog, "tbUrl", broker.url());
+        typeInto(dialog, "tbUrl", broker.url());
         EXPECT_FALSE(field<QLineEdit>(dialog, "tbCaFile")->isEnabled()); // mqtt:// has no CA file
-        type(dialog, "tbTopic", QStringLiteral("gui/bench"));
+        typeInto(dialog, "tbTopic", QStringLiteral("gui/bench"));
         EXPECT_TRUE(field<QLabel>(dialog, "llTopics")->text().startsWith(QStringLiteral("Readings go to gui/bench/reading;")));
-        click(dialog, "btOk");
+        clickOn(dialog, "btOk");
         EXPECT_FALSE(dialog.isVisible());
     });
     ASSERT_TRUE(opened);
@@ -200,9 +164,9 @@ TEST_F(PublishingDialogTest, CancelChangesNothing)
     load();
     ASSERT_TRUE(useDialog([&](frmPublishing& dialog) {
         EXPECT_EQ(field<QLineEdit>(dialog, "tbUrl")->text(), QStringLiteral("mqtt://lab:1883"));
-        click(dialog, "cbEnabled");
-        type(dialog, "tbUrl", QStringLiteral("mqtt://elsewhere"));
-        click(dialog, "btCancel");
+        clickOn(dialog, "cbEnabled");
+        typeInto(dialog, "tbUrl", QStringLiteral("mqtt://elsewhere"));
+        clickOn(dialog, "btCancel");
         EXPECT_FALSE(dialog.isVisible());
     }));
     EXPECT_EQ(readPublishSettings(), kept);
@@ -214,9 +178,9 @@ TEST_F(PublishingDialogTest, AUrlThatDoesNotReadIsSaidAndTheCursorGoesThere)
 {
     load();
     ASSERT_TRUE(useDialog([&](frmPublishing& dialog) {
-        click(dialog, "cbEnabled");
-        type(dialog, "tbUrl", QStringLiteral("http://lab"));
-        click(dialog, "btOk");
+        clickOn(dialog, "cbEnabled");
+        typeInto(dialog, "tbUrl", QStringLiteral("http://lab"));
+        clickOn(dialog, "btOk");
         ASSERT_EQ(prompter.messages.size(), 1);
         EXPECT_EQ(prompter.messages[0].text, QStringLiteral("\"http://lab\" is not a broker URL: \"http://\" is not "
                                                             "mqtt:// or mqtts://. A broker is given as mqtt://host:1883 "
@@ -226,13 +190,13 @@ TEST_F(PublishingDialogTest, AUrlThatDoesNotReadIsSaidAndTheCursorGoesThere)
         EXPECT_EQ(dialog.focusWidget(), field<QLineEdit>(dialog, "tbUrl"));
 
         // A topic prefix with a wildcard: the cursor goes to the prefix.
-        type(dialog, "tbUrl", QStringLiteral("mqtt://lab"));
-        type(dialog, "tbTopic", QStringLiteral("lab/+"));
-        click(dialog, "btOk");
+        typeInto(dialog, "tbUrl", QStringLiteral("mqtt://lab"));
+        typeInto(dialog, "tbTopic", QStringLiteral("lab/+"));
+        clickOn(dialog, "btOk");
         ASSERT_EQ(prompter.messages.size(), 2);
         EXPECT_TRUE(prompter.messages[1].text.contains(QStringLiteral("\"+\" or \"#\"")));
         EXPECT_EQ(dialog.focusWidget(), field<QLineEdit>(dialog, "tbTopic"));
-        click(dialog, "btCancel");
+        clickOn(dialog, "btCancel");
     }));
     EXPECT_EQ(readPublishSettings(), PublishSettings{});
 }
@@ -247,14 +211,14 @@ TEST_F(PublishingDialogTest, ABrokerThatCannotBeReachedIsNamedAndThePersonChoose
     load();
     prompter.answers = {PromptAnswer::No, PromptAnswer::Yes};
     ASSERT_TRUE(useDialog([&](frmPublishing& dialog) {
-        click(dialog, "cbEnabled");
-        type(dialog, "tbUrl", url);
-        click(dialog, "btOk"); // No: the dialog stays
+        clickOn(dialog, "cbEnabled");
+        typeInto(dialog, "tbUrl", url);
+        clickOn(dialog, "btOk"); // No: the dialog stays
         ASSERT_EQ(prompter.messageTexts(), QStringList{question});
         EXPECT_EQ(prompter.messages[0].buttons, PromptButtons::YesNo);
         EXPECT_EQ(prompter.messages[0].defaultAnswer, PromptAnswer::No);
         EXPECT_TRUE(dialog.isVisible());
-        click(dialog, "btOk"); // Yes: kept all the same
+        clickOn(dialog, "btOk"); // Yes: kept all the same
         EXPECT_FALSE(dialog.isVisible());
     }));
     EXPECT_EQ(prompter.messages.size(), 2);
@@ -273,19 +237,19 @@ TEST_F(PublishingDialogTest, AWrongPasswordGetsAClearMessage)
     load();
     prompter.answers = {PromptAnswer::No};
     ASSERT_TRUE(useDialog([&](frmPublishing& dialog) {
-        click(dialog, "cbEnabled");
-        type(dialog, "tbUrl", broker.url());
-        type(dialog, "tbUserName", QStringLiteral("alice"));
-        type(dialog, "tbPassword", QStringLiteral("secert"));
-        click(dialog, "btOk");
+        clickOn(dialog, "cbEnabled");
+        typeInto(dialog, "tbUrl", broker.url());
+        typeInto(dialog, "tbUserName", QStringLiteral("alice"));
+        typeInto(dialog, "tbPassword", QStringLiteral("secert"));
+        clickOn(dialog, "btOk");
         ASSERT_EQ(prompter.messages.size(), 1);
         EXPECT_EQ(prompter.messages[0].text,
                   QStringLiteral("Cannot publish to %1: the broker refused the connection: the user name or password "
                                  "is wrong or missing (not authorised).\r\n\r\nKeep these settings all the same?")
                       .arg(broker.url()));
         EXPECT_TRUE(dialog.isVisible());
-        type(dialog, "tbPassword", QStringLiteral("secret"));
-        click(dialog, "btOk");
+        typeInto(dialog, "tbPassword", QStringLiteral("secret"));
+        clickOn(dialog, "btOk");
         EXPECT_FALSE(dialog.isVisible());
     }));
     EXPECT_EQ(prompter.messages.size(), 1);
