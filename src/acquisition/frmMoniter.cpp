@@ -179,6 +179,26 @@ void frmMoniter::showComparator()
     light(label("llHi"), Judgement::Hi, lit == Judgement::Hi);
     light(label("llMiddle"), Judgement::Pass, lit == Judgement::Pass);
     light(label("llLo"), Judgement::Lo, lit == Judgement::Lo);
+    fitComparator();
+}
+
+void frmMoniter::fitComparator()
+{
+    // The designed width, or more where the limits' texts need it (a limit such as
+    // "-888.888mVAC"); the reading below keeps the comparator's width, and the window grows
+    // by as much. Without limits the window is exactly as designed.
+    const QRect compa = toPixels(MoniterLayout::comparatorFrame(), this);
+    const QRect value = toPixels(MoniterLayout::valueLabel(), this);
+    const int need = m_comparator.active() ? frCompa->minimumSizeHint().width() : 0;
+    const int extra = std::max(0, need - compa.width());
+    if (frCompa->width() == compa.width() + extra)
+        return;
+    frCompa->setGeometry(compa.adjusted(0, 0, extra, 0));
+    llValue->setGeometry(value.adjusted(0, 0, extra, 0));
+    const QSizeF designed = MoniterLayout::windowSize(MoniterLayout::valueLabel());
+    QWidget* target = frame();
+    if (target == this || m_placed)
+        target->resize(twipsToPixels(designed.width(), logicalDpiX()) + extra, target->height());
 }
 
 void frmMoniter::showEvent(QShowEvent* event)
@@ -196,7 +216,9 @@ void frmMoniter::placeOnFirstShow()
     if (target != this) {
         // The frame is sized to the label as a whole window would be.
         const QSizeF size = MoniterLayout::windowSize(MoniterLayout::valueLabel());
-        target->resize(twipsToPixels(size.width(), logicalDpiX()), twipsToPixels(size.height(), logicalDpiY()));
+        // Wider by what the limits' texts need beyond the design (fitComparator).
+        const int extra = frCompa->width() - toPixels(MoniterLayout::comparatorFrame(), this).width();
+        target->resize(twipsToPixels(size.width(), logicalDpiX()) + extra, twipsToPixels(size.height(), logicalDpiY()));
         target->installEventFilter(this);
         m_watchedFrame = target;
     }

@@ -70,6 +70,7 @@ private:
     void unload();
     void rememberPosition();
     void showComparator();
+    void fitComparator();
 
     QLabel* llValue = nullptr;
     QGroupBox* frCompa = nullptr;

@@ -58,8 +58,9 @@ TEST(SettingsMenu, LoggingAndSaveDocumentsDisableThem)
 
 TEST(Toolbar, KeysAreMatchedInTheirFixedOrder)
 {
+    // "Limits" (Settings › Limits...) is beyond the original program's buttons, after them.
     const QStringList expected = {"Open", "Save", "Forward", "New", "Start", "Ldata",
-                                  "Sdata", "Mstart", "Interval", "Graph", "Moniter"};
+                                  "Sdata", "Mstart", "Interval", "Graph", "Moniter", "Limits"};
     EXPECT_EQ(toolbarKeys(), expected);
     EXPECT_FALSE(isToolbarKey(QStringLiteral("Stop"))); // tbSub's own button
     EXPECT_FALSE(isToolbarKey(QStringLiteral("open")));

@@ -14,6 +14,8 @@
 #include "document/DataDocument.h"
 #include "document/ChartView.h"
 #include "document/frmExport.h"
+#include "document/Limits.h"
+#include "document/frmLimits.h"
 #include "document/frmSetting.h"
 #include "forward/ForwardSetup.h"
 #include "forward/frmForward.h"
@@ -250,6 +252,36 @@ TEST_P(WindowTextsTest, MonitorWithAWideReading)
     monitor.SetData(answer + sim::checkCharacter(answer));
     QWidget* window = monitor.frame() ? monitor.frame() : &monitor;
     EXPECT_EQ(shownCut(*window), QStringList());
+}
+
+TEST_P(WindowTextsTest, MonitorWithWideLimits)
+{
+    frmMoniter monitor;
+    Limits limits;
+    limits.upper = 0.888888;
+    limits.lower = -0.888888;
+    limits.unit = QStringLiteral("VAC");
+    limits.buzzer = true;
+    monitor.setLimits(limits);
+    sim::MeterValue reading;
+    reading.number = QStringLiteral("88.888");
+    reading.unit = QStringLiteral("VAC");
+    const QString answer = sim::readingLine(QStringLiteral("RR"), reading);
+    monitor.SetData(answer + sim::checkCharacter(answer)); // HI lit, in bold
+    ASSERT_EQ(monitor.comparator().upperText(), QStringLiteral("888.888mVAC"));
+    QWidget* window = monitor.frame() ? monitor.frame() : &monitor;
+    EXPECT_EQ(shownCut(*window), QStringList());
+}
+
+TEST_P(WindowTextsTest, LimitsDialog)
+{
+    Limits limits;
+    limits.upper = -1.23456789E-9;
+    limits.lower = -9.87654321E-9;
+    limits.unit = QStringLiteral("OHM");
+    ScriptedPrompter prompter;
+    frmLimits dialog(limits, &prompter);
+    EXPECT_EQ(shownCut(dialog), QStringList());
 }
 
 INSTANTIATE_TEST_SUITE_P(Palettes, WindowTextsTest, ::testing::Values(false, true),
