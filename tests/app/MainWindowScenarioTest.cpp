@@ -249,6 +249,8 @@ private:
             test::clickButton(dialog, "btOk");
         } else if (name == QLatin1String("frmExport")) {
             test::clickButton(dialog, "btCancel"); // pictures are tested on their own
+        } else if (name == QLatin1String("frmLimits")) {
+            test::clickButton(dialog, "btCancel"); // limits are tested on their own
         } else if (name == QLatin1String("frmPublishing")) {
             test::clickButton(dialog, "btCancel"); // the scenario never publishes
         } else if (name == QLatin1String("frmForward")) {
@@ -697,6 +699,8 @@ private:
             return dialogOpened("frmSetting") ? QString() : missing(QStringLiteral("no Graph dialog"));
         if (command == QLatin1String("mnuFileExport"))
             return dialogOpened("frmExport") ? QString() : missing(QStringLiteral("no Export chart dialog"));
+        if (command == QLatin1String("mnuSetupLimits"))
+            return dialogOpened("frmLimits") ? QString() : missing(QStringLiteral("no Limits dialog"));
         if (command == QLatin1String("mnuSetupPublishing"))
             return dialogOpened("frmPublishing") ? QString() : missing(QStringLiteral("no Publishing dialog"));
         if (command == QLatin1String("mnuViewToolbar"))
