@@ -38,6 +38,11 @@ public:
     virtual void EndRealtimeForward() = 0;
     // Drops the workbook objects after a failed row (recording goes on without forwarding).
     virtual void releaseRealtimeForward() = 0;
+    // The recording goes on in a new document (its document was full): the sheet so far is
+    // finished (frame, summary and chart) and the rows to come go to a new sheet of the same
+    // workbook, behind the last one. False with LastError set when that failed. A forwarder
+    // that cannot do it keeps the rows on the one sheet.
+    virtual bool nextRealtimeSheet() { return true; }
 };
 
 // Which operation the tool bar's Stop button (and the Stop menu items) ended.
@@ -92,6 +97,18 @@ public:
 
     // Forwarding of realtime rows.
     virtual RealtimeForwarder& realtimeForwarder() = 0;
+
+    // A recording whose document goes on in a new one when full (the document's
+    // continueWhenFull option) is about to start in `first`: the host sets up where its parts
+    // go (the desktop program asks for the folder). False when the person cancelled: the
+    // recording does not start. endContinuedRecording follows every true answer, once the
+    // recording has ended (or could not begin), with the document it ended in.
+    virtual bool beginContinuedRecording(DataDocument& first)
+    {
+        (void)first;
+        return true;
+    }
+    virtual void endContinuedRecording(DataDocument& last) { (void)last; }
 
     // Who else is told of every reading and of what the link is busy with (publishing to a
     // message broker, ReadingObserver.h); null when nobody is.

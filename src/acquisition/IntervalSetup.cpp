@@ -11,6 +11,7 @@ void IntervalSetup::load(const DataDocument& document)
     const PeriodTexts p = document.GetPeriod();
     fields.period = {p.days, p.hours, p.minutes, p.seconds};
     fields.periodNone = document.GetPeriodnone();
+    fields.continueWhenFull = document.continueWhenFull();
 }
 
 bool IntervalSetup::intervalEditable(const DataDocument& document)
@@ -38,6 +39,7 @@ void IntervalSetup::store(DataDocument& document) const
     document.SetInterval(i.days, i.hours, i.minutes, i.seconds);
     const TimeTexts& p = fields.period;
     document.SetPeriod(fields.periodNone, p.days, p.hours, p.minutes, p.seconds);
+    document.setContinueWhenFull(fields.continueWhenFull);
 }
 
 } // namespace quvo

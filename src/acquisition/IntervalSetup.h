@@ -13,11 +13,15 @@ namespace quvo {
 
 class Prompter;
 
+// The text of the option that lets a recording go on when its document is full.
+inline const QString ContinueWhenFullText = QStringLiteral("When the document is full, continue in a new document");
+
 // The dialog's boxes and option buttons.
 struct IntervalSetupFields {
     TimeTexts interval;
     TimeTexts period;
     bool periodNone = true; // obNone selected (else obUser)
+    bool continueWhenFull = false; // chkContinue: a full document goes on in a new one
     friend bool operator==(const IntervalSetupFields&, const IntervalSetupFields&) = default;
 };
 

@@ -287,9 +287,16 @@ void Realtime::mnuRealtimeStart()
         return;
 
     if ((answer == PromptAnswer::Yes && !s.NoForward) || answer == PromptAnswer::No) {
+        if (document->continueWhenFull()) {
+            if (!m_host.beginContinuedRecording(*document))
+                return;
+            m_continuedRecording = true;
+        }
         s.CurrentDoc = document; // the forwarding engine takes the table's headings from it
         if (m_comm.OpenPort())
             StartRealtime();
+        else
+            endContinuedRecording(); // the port did not open: nothing was recorded
     }
 }
 
@@ -515,6 +522,16 @@ bool Realtime::continueInNewDocument()
     DataDocument* next = m_fullHandler(*full);
     if (!next || next == full)
         return false;
+    if (!s.NoForward) {
+        // Each document of the recording gets a sheet of its own in the same workbook; the
+        // full one's sheet is finished with its own statistics before the switch.
+        RealtimeForwarder& forwarder = m_host.realtimeForwarder();
+        if (!forwarder.nextRealtimeSheet()) {
+            m_host.setStatusMessage(forwardErrorText());
+            forwarder.releaseRealtimeForward();
+            s.NoForward = true;
+        }
+    }
     s.RealtimeDoc = next;
     if (s.CurrentDoc == full)
         s.CurrentDoc = next;
@@ -595,11 +612,21 @@ void Realtime::StopRealtime(bool showMessage)
     if (showMessage)
         m_host.prompter().warn(message);
 
+    endContinuedRecording();
     SetRealtimeCommands(false);
     s.CommState = CommStates::Idle;
     m_lastEnd = m_pendingEnd == RealtimeEnd::None ? RealtimeEnd::Stopped : m_pendingEnd;
     m_pendingEnd = RealtimeEnd::None;
     emit operationEnded();
+}
+
+void Realtime::endContinuedRecording()
+{
+    if (!m_continuedRecording)
+        return;
+    m_continuedRecording = false;
+    if (DataDocument* last = programState().RealtimeDoc)
+        m_host.endContinuedRecording(*last);
 }
 
 void Realtime::SetRealtimeCommands(bool running)

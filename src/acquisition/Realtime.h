@@ -224,6 +224,7 @@ private:
                     const QString& numeric);
     void dropJournal(const QString& reason);
     bool continueInNewDocument();
+    void endContinuedRecording();
 
     Comm& m_comm;
     CommandHost& m_host;
@@ -248,6 +249,7 @@ private:
 
     std::function<DataDocument*(DataDocument&)> m_fullHandler;
     int m_documentLimit;
+    bool m_continuedRecording = false; // the host's beginContinuedRecording said yes
 
     QString m_journalFolder;
     RecordingJournal* m_journal = nullptr; // the running recording's journal (owned by m_journals)

@@ -3,6 +3,7 @@
 #include "resources/Prompter.h"
 #include "resources/ResID.h"
 
+#include <QCheckBox>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -97,6 +98,10 @@ frmInterval::frmInterval(DataDocument* document, Prompter* prompter, QWidget* pa
     p->addWidget(tbPsec, 2, 6);
     p->addWidget(makeLabel(frPeriod, "llPsec", ResID(Res::Second)), 2, 7);
 
+    // Beyond one document: off unless chosen, so that a full document ends the recording.
+    chkContinue = new QCheckBox(ContinueWhenFullText, this);
+    chkContinue->setObjectName(QStringLiteral("chkContinue"));
+
     btOk = new QPushButton(QStringLiteral("OK"), this);
     btOk->setObjectName(QStringLiteral("btOk"));
     btOk->setDefault(true);
@@ -109,6 +114,7 @@ frmInterval::frmInterval(DataDocument* document, Prompter* prompter, QWidget* pa
     auto* main = new QVBoxLayout(this);
     main->addWidget(frInterval);
     main->addWidget(frPeriod);
+    main->addWidget(chkContinue);
     main->addLayout(buttons);
 
     // Typing in a period box selects Custom.
@@ -142,6 +148,7 @@ void frmInterval::load()
     tbPsec->setText(f.period.seconds);
     // After the boxes, whose change events select Custom: the stored flag wins.
     (f.periodNone ? obNone : obUser)->setChecked(true);
+    chkContinue->setChecked(f.continueWhenFull);
 }
 
 IntervalSetupFields frmInterval::fields() const
@@ -150,6 +157,7 @@ IntervalSetupFields frmInterval::fields() const
     f.interval = {tbIday->text(), tbIhour->text(), tbImin->text(), tbIsec->text()};
     f.period = {tbPday->text(), tbPhour->text(), tbPmin->text(), tbPsec->text()};
     f.periodNone = obNone->isChecked();
+    f.continueWhenFull = chkContinue->isChecked();
     return f;
 }
 

@@ -7,6 +7,7 @@
 
 #include <QDialog>
 
+class QCheckBox;
 class QGroupBox;
 class QLabel;
 class QLineEdit;
@@ -48,6 +49,7 @@ private:
     QLineEdit* tbPsec = nullptr;
     QRadioButton* obNone = nullptr;
     QRadioButton* obUser = nullptr;
+    QCheckBox* chkContinue = nullptr;
     QList<QWidget*> m_intervalControls; // the frame, its labels and boxes, Label1..Label3
     QPushButton* btOk = nullptr;
     QPushButton* btCancel = nullptr;

@@ -80,6 +80,15 @@ QString QtPrompter::chooseFile(const FileDialogRequest& request)
     QFileDialog dialog(m_parent, AppTitle);
     dialog.setNameFilter(dialogFilter(request.filter));
     dialog.setOption(QFileDialog::ReadOnly, false);
+    if (request.mode == FileDialogRequest::Mode::Folder) {
+        dialog.setFileMode(QFileDialog::Directory);
+        dialog.setOption(QFileDialog::ShowDirsOnly, true);
+        if (!request.fileName.isEmpty())
+            dialog.setDirectory(request.fileName);
+        if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+            return {};
+        return dialog.selectedFiles().constFirst();
+    }
     if (request.mode == FileDialogRequest::Mode::Open) {
         dialog.setAcceptMode(QFileDialog::AcceptOpen);
         dialog.setFileMode(request.fileMustExist ? QFileDialog::ExistingFile : QFileDialog::AnyFile);

@@ -1,5 +1,6 @@
 #include "app/frmMain.h"
 
+#include "acquisition/ContinuedRecording.h"
 #include "acquisition/Download.h"
 #include "acquisition/Realtime.h"
 #include "acquisition/frmCancel.h"
@@ -37,6 +38,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 #include <QUrl>
 
@@ -84,6 +86,25 @@ frmMain::frmMain(QWidget* parent)
 
     m_realtime = std::make_unique<Realtime>(coComm, *this);
     m_download = std::make_unique<Download>(coComm, *this);
+    ContinuedRecording::Window partWindows;
+    partWindows.newDocument = [this] { return newDocument(DataKinds::Realtime); };
+    partWindows.closeDocument = [this](DataDocument* document) {
+        // A saved part: nothing to ask. Its window goes although the recording runs (which
+        // refuses an ordinary close).
+        if (frmData* part = windowOf(document)) {
+            if (auto* frame = qobject_cast<QMdiSubWindow*>(part->parentWidget()))
+                frame->deleteLater();
+        }
+    };
+    partWindows.status = [this](const QString& text) { setStatusMessage(text); };
+    partWindows.partTitle = [this](DataDocument* document, const QString& title) {
+        if (frmData* part = windowOf(document))
+            part->setWindowTitle(title);
+    };
+    partWindows.warnLater = [this](const QString& text) {
+        QTimer::singleShot(0, this, [this, text] { m_prompter->warn(text); });
+    };
+    m_continued = std::make_unique<ContinuedRecording>(*m_realtime, std::move(partWindows));
     buildPublishing();
 
     // Forwarding writes .xlsx workbooks and hands each finished one to the desktop's
@@ -750,6 +771,16 @@ RealtimeForwarder& frmMain::realtimeForwarder()
 ReadingObserver* frmMain::readingObserver()
 {
     return m_publishing->active() ? m_publishing.get() : nullptr;
+}
+
+bool frmMain::beginContinuedRecording(DataDocument& first)
+{
+    return m_continued->begin(first, *m_prompter);
+}
+
+void frmMain::endContinuedRecording(DataDocument& last)
+{
+    m_continued->end(last);
 }
 
 // --- Publishing -----------------------------------------------------------------------------------

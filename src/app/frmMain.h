@@ -33,6 +33,7 @@ class QToolBar;
 
 namespace quvo {
 
+class ContinuedRecording;
 class Download;
 class Forward;
 class Publishing;
@@ -107,6 +108,8 @@ public:
     void forwardCurrentDocument() override;
     RealtimeForwarder& realtimeForwarder() override;
     ReadingObserver* readingObserver() override;
+    bool beginContinuedRecording(DataDocument& first) override;
+    void endContinuedRecording(DataDocument& last) override;
 
     // --- DocumentWindows --------------------------------------------------------------------
     QList<DataDocument*> openDocuments() const override;
@@ -179,6 +182,7 @@ private:
     std::unique_ptr<XlsxConnector> m_workbooks;
     std::unique_ptr<Forward> m_forward;
     std::unique_ptr<Publishing> m_publishing;
+    std::unique_ptr<ContinuedRecording> m_continued; // a recording that goes on past a full document
 
     QMdiArea* m_mdi = nullptr;
     QToolBar* tbMain = nullptr;

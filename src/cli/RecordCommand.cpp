@@ -4,16 +4,17 @@
 // crash; after a normal end and a successful save the journal is removed.
 //
 // With --continue a full document does not end the recording: it is saved, and the
-// recording goes on in a new document saved under the next file name (RecordingFiles.h).
+// recording goes on in a new document saved under the next file name (RecordingParts.h, the
+// same procedure as the main window's "continue in a new document" option).
 // With --xlsx or --into the rows are also forwarded to a workbook as they come, written when
-// the recording ends. With limits every row printed carries its judgement, the workbook its
-// counts, and the exit code says whether a reading was out of limits.
-
-#include "cli/RecordingFiles.h"
+// the recording ends (with --continue, a sheet for each data file). With limits every row
+// printed carries its judgement, the workbook its counts, and the exit code says whether a
+// reading was out of limits.
 
 #include "acquisition/HeadlessHost.h"
 #include "acquisition/IntervalRules.h"
 #include "acquisition/Realtime.h"
+#include "acquisition/RecordingParts.h"
 #include "cli/CliCommand.h"
 #include "cli/ForwardOptions.h"
 #include "cli/LimitOptions.h"
@@ -37,18 +38,6 @@
 #include <optional>
 
 namespace quvo::cli {
-
-QString recordingFileName(const QString& path, int number)
-{
-    if (number <= 1)
-        return path;
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-    const qsizetype nameStart = slash + 1;
-    const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
-    const bool hasExtension = dot > nameStart; // a name that starts with its only "." has none
-    const qsizetype stemEnd = hasExtension ? dot : path.size();
-    return path.left(stemEnd) + QStringLiteral("-%1").arg(number, 4, 10, QLatin1Char('0')) + path.mid(stemEnd);
-}
 
 namespace {
 
@@ -76,18 +65,21 @@ QString recordHelp()
                "  --period T    how long to record; without it, until Ctrl+C\n"
                "  --out FILE    the data file to write\n"
                "  --continue    when the document is full, save it and go on in a new data file,\n"
-               "                so that a recording can run for weeks: FILE.csv, then FILE-0002.csv,\n"
-               "                FILE-0003.csv, ... (\"-\" and the file's number, at least four digits,\n"
-               "                before the extension; without an extension at the end: FILE-0002).\n"
+               "                so that a recording can run for weeks: FILE.csv, then FILE-002.csv,\n"
+               "                FILE-003.csv, ... (\"-\" and the file's number, at least three digits,\n"
+               "                before the extension; without an extension at the end: FILE-002).\n"
                "                Each file is complete on its own and saved as soon as it is full; the\n"
                "                next file's first row is the next sample. A period counts from the\n"
-               "                start of the recording. A note on stderr names each file saved.\n"
+               "                start of the recording. A note on stderr names each file saved. A file\n"
+               "                that cannot be saved (disk full, folder gone) is named on stderr with\n"
+               "                its recording journal, and the recording goes on (exit code 1 at the end).\n"
                "T is a number of seconds (90) or days, hours, minutes and seconds as DD:HH:MM:SS\n"
                "(00:00:01:30); days 0-99, hours 0-23, minutes 0-59, seconds 0-59, not zero.\n"
                "\n"
-               "Forwarding (not together with --continue): each row also goes to a new sheet of a\n"
-               "workbook as it is recorded; the workbook, with the table's frame, MAX, MIN, AVG and\n"
-               "the chart, is written when the recording ends and its path is printed on stderr.\n")
+               "Forwarding: each row also goes to a new sheet of a workbook as it is recorded; the\n"
+               "workbook, with the table's frame, MAX, MIN, AVG and the chart, is written when the\n"
+               "recording ends and its path is printed on stderr. With --continue each data file's\n"
+               "rows go to a sheet of their own, one after the other, in the same workbook.\n")
         + ForwardOptions::helpLines()
         + QStringLiteral("\n")
         + LimitOptions::helpLines()
@@ -167,10 +159,6 @@ int runRecord(const QStringList& arguments)
         return usageError(error, help);
     mqtt.setLimits(limits.limits());
     const bool continueRecording = parser.isSet(continueOption);
-    if (continueRecording && forwarding.wanted())
-        return usageError(QStringLiteral("--continue cannot be combined with --xlsx or --into: a workbook takes one "
-                                         "document. Forward each data file afterwards with 'quvolink-cli forward'."),
-                          help);
     int documentLimit = MaxReadings;
     if (parser.isSet(limitOption)) {
         bool ok = false;
@@ -210,16 +198,12 @@ int runRecord(const QStringList& arguments)
     realtime.setJournalFolder(session.programFolder());
     realtime.setDocumentLimit(documentLimit);
 
-    // The limits of the recording; a unit left open is the first document's first unit,
-    // and stays the unit of the documents that follow it.
-    Limits recordingLimits = limits.limits();
-    const auto setUp = [&](DataDocument& document) {
-        document.SetInterval(interval.days, interval.hours, interval.minutes, interval.seconds);
-        document.SetPeriod(!customPeriod, period.days, period.hours, period.minutes, period.seconds);
-        document.setLimits(recordingLimits);
-    };
+    // The limits of the recording; a unit left open is the first document's first unit, and
+    // stays the unit of the documents that follow it (RecordingParts carries it on).
     DataDocument* document = host.newDocument(DataKinds::Realtime);
-    setUp(*document);
+    document->SetInterval(interval.days, interval.hours, interval.minutes, interval.seconds);
+    document->SetPeriod(!customPeriod, period.days, period.hours, period.minutes, period.seconds);
+    document->setLimits(limits.limits());
 
     std::optional<RealtimeWorkbook> workbook;
     if (forwarding.wanted()) {
@@ -241,8 +225,6 @@ int runRecord(const QStringList& arguments)
 
     // --continue: a full document is saved and the recording goes on in a new one. Only the
     // document being recorded and the one before it are kept in memory.
-    int fileNumber = 1;
-    bool continuationFailed = false;
     std::unique_ptr<DataDocument> current;
     std::unique_ptr<DataDocument> previous;
     struct ForgetDocuments {
@@ -252,29 +234,31 @@ int runRecord(const QStringList& arguments)
             programState().CurrentDoc = nullptr;
         }
     } forgetDocuments; // before the documents above go
+    std::optional<RecordingParts> parts;
     if (continueRecording) {
-        realtime.setDocumentFullHandler([&](DataDocument& full) -> DataDocument* {
-            const QString path = recordingFileName(outPath, fileNumber);
-            if (!full.SaveFile(path)) {
-                continuationFailed = true; // the reason is on stderr; the recording ends here
-                return nullptr;
-            }
-            realtime.releaseJournal(&full);
-            recordingLimits = full.limits();
-            ++fileNumber;
+        RecordingParts::Hooks hooks;
+        hooks.newDocument = [&]() -> DataDocument* {
             auto next = std::make_unique<DataDocument>();
             next->setPrompter(&host.prompter());
             next->OpenNew(DataKinds::Realtime);
-            setUp(*next);
-            printMessage(QStringLiteral("%1 saved in %2; the recording goes on in %3.")
-                             .arg(readingsText(full.GetDatacount()))
-                             .arg(QDir::toNativeSeparators(path),
-                                  QDir::toNativeSeparators(recordingFileName(outPath, fileNumber))));
             previous = std::move(current);
             current = std::move(next);
             document = current.get();
             return document;
-        });
+        };
+        hooks.partSaved = [&](DataDocument& part, int number, const QString& path) {
+            if (programState().CommState != CommStates::Idle)
+                printMessage(QStringLiteral("%1 saved in %2; the recording goes on in %3.")
+                                 .arg(readingsText(part.GetDatacount()))
+                                 .arg(QDir::toNativeSeparators(path),
+                                      QDir::toNativeSeparators(recordingPartFileName(outPath, number + 1))));
+            else
+                printMessage(QStringLiteral("%1 saved in %2.")
+                                 .arg(readingsText(part.GetDatacount()))
+                                 .arg(QDir::toNativeSeparators(path)));
+        };
+        hooks.partNotSaved = [](DataDocument&, int, const QString& message) { printMessage(message); };
+        parts.emplace(realtime, outPath, std::move(hooks));
     }
 
     const QString heading = format.heading(limits.wanted());
@@ -333,28 +317,22 @@ int runRecord(const QStringList& arguments)
         printMessage(host.statusMessage()); // e.g. the journal could not be written
     }
 
-    if (fileNumber > 1 && document->GetDatacount() == 0) {
-        // Stopped right after a full document was saved: the new one holds nothing.
-        realtime.releaseJournal(document);
+    bool partsFailed = false;
+    if (parts) {
+        partsFailed = !parts->finish(*document);
+    } else if (!document->SaveFile(outPath)) {
+        // The reason and the path are on stderr; the journal keeps the rows.
+        const QString journal = realtime.journalPath(document);
+        realtime.keepJournal(document);
+        if (!journal.isEmpty())
+            printMessage(QStringLiteral("The recording is kept in %1; 'quvolink-cli recover --out FILE.csv' restores "
+                                        "it.")
+                             .arg(journal));
+        return ExitFailed;
     } else {
-        const QString path = recordingFileName(outPath, fileNumber);
-        if (!document->SaveFile(path)) {
-            // The reason and the path are on stderr; the journal keeps the rows.
-            const QString journal = realtime.journalPath(document);
-            realtime.keepJournal(document);
-            if (!journal.isEmpty())
-                printMessage(QStringLiteral("The recording is kept in %1; 'quvolink-cli recover --out FILE.csv' restores "
-                                            "it.")
-                                 .arg(journal));
-            return ExitFailed;
-        }
         realtime.releaseJournal(document);
-        if (fileNumber > 1)
-            printMessage(QStringLiteral("%1 saved in %2.")
-                             .arg(readingsText(document->GetDatacount()))
-                             .arg(QDir::toNativeSeparators(path)));
     }
-    if (continuationFailed || workbookFailed)
+    if (partsFailed || workbookFailed)
         return ExitFailed;
     return end == RealtimeEnd::PortLost || end == RealtimeEnd::Failed || end == RealtimeEnd::ForwardAbandoned
         ? ExitFailed

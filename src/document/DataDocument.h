@@ -142,6 +142,7 @@ public:
 
     // --- Seams --------------------------------------------------------------------------
     void setPrompter(Prompter* prompter);                  // message boxes; nullptr: none
+    Prompter* prompter() const { return m_prompter; }
     void setBusyHook(std::function<void(bool busy)> hook); // hourglass pointer on/off
 
     // --- Making a document -----------------------------------------------------------------
@@ -215,6 +216,12 @@ public:
     // exclamation box. True when done. A failed open leaves the document as it was before.
     bool SaveFile(const QString& path);
     bool OpenFile(const QString& path);
+
+    // A recording into this realtime document goes on in a new document when this one is
+    // full (the Interval and period dialog's option; off unless set). Not part of the data
+    // file: it belongs to the window's session.
+    void setContinueWhenFull(bool on) { m_continueWhenFull = on; }
+    bool continueWhenFull() const { return m_continueWhenFull; }
 
     // --- Chart settings ----------------------------------------------------------------------
     void SetGraphcount(std::int16_t count); // throws when count < 1
@@ -334,6 +341,7 @@ private:
     std::unique_ptr<Content> d;
     Limits m_limits; // as set; d->judge holds them with the unit the rows gave
     Prompter* m_prompter = nullptr;
+    bool m_continueWhenFull = false;
     std::function<void(bool)> m_busyHook;
     int m_quiet = 0; // > 0 while the grid's redrawing is off: no fine-grained signals
 };

@@ -550,6 +550,25 @@ void Forward::EndRealtimeForward()
     showHandBackFailures();
 }
 
+bool Forward::nextRealtimeSheet()
+{
+    if (!m_realtimeSheet)
+        return false;
+    if (m_realtimeRowCount > 0) {
+        // As at the end of a recording: whatever could be built stays.
+        WriteTableFrame(*m_realtimeSheet, m_realtimeRowCount);
+        AddDataChart(*m_realtimeSheet, m_realtimeRowCount);
+    }
+    return guarded([&] {
+        const auto worksheets = m_realtimeSheet->Parent()->Worksheets();
+        auto sheet = worksheets->Add();
+        sheet->Move(worksheets->Item(worksheets->Count()));
+        m_realtimeSheet = std::move(sheet);
+        m_realtimeRowCount = 0;
+        return true;
+    });
+}
+
 void Forward::releaseRealtimeForward()
 {
     m_realtimeSheet.reset();

@@ -137,6 +137,7 @@ public:
     bool AppendRealtimeRow(const QString& timeText, const QString& displayText, const QString& unitText) override;
     void EndRealtimeForward() override;
     void releaseRealtimeForward() override;
+    bool nextRealtimeSheet() override;
 
     const std::shared_ptr<ExcelApplication>& RealtimeExcel() const { return m_realtimeExcel; }
     const std::shared_ptr<ExcelWorksheet>& RealtimeSheet() const { return m_realtimeSheet; }

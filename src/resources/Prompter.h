@@ -12,7 +12,9 @@ enum class PromptButtons { Ok, YesNo, YesNoCancel };
 enum class PromptAnswer { Ok, Yes, No, Cancel };
 
 struct FileDialogRequest {
-    enum class Mode { Open, Save };
+    // Folder: an existing folder is chosen (fileName is the folder shown first; the filter
+    // and the extension do not apply).
+    enum class Mode { Open, Save, Folder };
     Mode mode = Mode::Open;
     // Filter in the pairs form "Description (*.CSV)|*.CSV|": description, patterns, ...
     QString filter;

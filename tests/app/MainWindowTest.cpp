@@ -8,7 +8,9 @@
 
 #include "app/frmMain.h"
 
+#include "acquisition/ContinuedRecording.h"
 #include "acquisition/IntervalRules.h"
+#include "acquisition/IntervalSetup.h"
 #include "acquisition/Realtime.h"
 #include "acquisition/frmMoniter.h"
 #include "app/MainMenus.h"
@@ -27,8 +29,10 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -42,6 +46,7 @@
 #include <QStatusBar>
 #include <QStyle>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTimer>
 #include <QToolBar>
 
@@ -1314,4 +1319,175 @@ TEST_F(MainWindowTest, AReadingOnItsWayWhenMonitoringStopsDoesNotSpoilTheNextDow
     EXPECT_EQ(prompter.messageTexts().join(QLatin1Char('|')).toStdString(), AskForwardDownload.toStdString());
     ASSERT_TRUE(window->activeDocument());
     EXPECT_EQ(window->activeDocument()->GetDatacount(), 3);
+}
+
+// --- A recording that goes on when its document is full ---------------------------------------------------
+
+namespace {
+
+// The meter's clock, running five times faster than the real one, so that parts of a few
+// readings fill in a fraction of a second.
+class FiveTimesClock : public RealtimeClock {
+public:
+    FiveTimesClock() { m_real.start(); }
+    QDateTime now() const override { return m_start.addMSecs(m_real.elapsed() * 5); }
+
+private:
+    QDateTime m_start = QDateTime(QDate(2024, 5, 1), QTime(10, 0, 0, 500));
+    QElapsedTimer m_real;
+};
+
+// Answers the Interval dialog that opens next: an interval of one second, the period typed
+// (none when empty) and the option "continue in a new document" ticked with a click.
+void answerIntervalDialogContinuing(const QString& periodSeconds)
+{
+    test::whenDialogOpens(QStringLiteral("frmInterval"), [periodSeconds](QWidget* dialog) {
+        test::typeInto(dialog, "tbIsec", QStringLiteral("1"));
+        if (!periodSeconds.isEmpty()) {
+            // Typing selects Custom.
+            for (const char* box : {"tbPday", "tbPhour", "tbPmin"})
+                test::typeInto(dialog, box, QStringLiteral("0"));
+            test::typeInto(dialog, "tbPsec", periodSeconds);
+        }
+        auto* option = dialog->findChild<QCheckBox*>(QStringLiteral("chkContinue"));
+        ASSERT_TRUE(option);
+        EXPECT_FALSE(option->isChecked()); // off unless chosen
+        EXPECT_EQ(option->text(), ContinueWhenFullText);
+        QTest::mouseClick(option, Qt::LeftButton);
+        EXPECT_TRUE(option->isChecked());
+        test::clickButton(dialog, "btOk");
+    });
+}
+
+// The time labels of a data file's rows.
+QStringList labelsIn(const QString& path)
+{
+    DataDocument document;
+    document.OpenNew(DataDocument::KindBeforeOpen);
+    if (!document.OpenFile(path))
+        return {QStringLiteral("(cannot be read: %1)").arg(programState().LastError)};
+    QStringList labels;
+    for (int row = 1; row <= document.GetDatacount(); ++row)
+        labels << document.TextMatrix(row, 1);
+    return labels;
+}
+
+// True when every label is one second after the one before.
+bool oneSecondApart(const QStringList& labels)
+{
+    for (qsizetype i = 1; i < labels.size(); ++i) {
+        const QTime before = QTime::fromString(labels[i - 1], QStringLiteral("hh:mm:ss"));
+        const QTime after = QTime::fromString(labels[i], QStringLiteral("hh:mm:ss"));
+        if (!before.isValid() || before.secsTo(after) != 1)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+TEST_F(MainWindowTest, WithTheContinueOptionTheRecordingGoesOnInNewPartWindowsUntilThePeriodEnds)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    FiveTimesClock clock;
+    window->realtime().setClock(&clock);
+    window->realtime().setDocumentLimit(3);
+    const QString folder = home.filePath(QStringLiteral("parts"));
+    ASSERT_TRUE(QDir().mkpath(folder));
+
+    // New: 1 s, a period of 7 s (8 readings: 3 + 3 + 2), the option ticked.
+    answerIntervalDialogContinuing(QStringLiteral("7"));
+    ASSERT_TRUE(click("New"));
+    DataDocument* first = window->activeDocument();
+    ASSERT_TRUE(first);
+    EXPECT_TRUE(first->continueWhenFull());
+    EXPECT_FALSE(first->GetPeriodnone());
+    EXPECT_EQ(first->GetPeriodcount(), 7);
+    const QString name = ContinuedRecording::firstFileName(*first);
+    const QString stem = name.chopped(4);
+
+    // Start: the forwarding question (No), then the folder of the parts.
+    prompter.answers = {PromptAnswer::No};
+    prompter.fileNames = {folder};
+    ASSERT_TRUE(click("Start"));
+    ASSERT_EQ(prompter.fileRequests.size(), 1);
+    EXPECT_EQ(prompter.fileRequests.first().mode, FileDialogRequest::Mode::Folder);
+    ASSERT_TRUE(waitUntilIdle(std::chrono::seconds(30)))
+        << programState().CommState << " " << (programState().RealtimeDoc ? programState().RealtimeDoc->GetDatacount() : -1)
+        << " " << window->openDocuments().size() << " " << prompter.messageTexts().join(u'|').toStdString();
+    EXPECT_EQ(window->realtime().lastEnd(), RealtimeEnd::PeriodOver);
+
+    // Three files, every second once.
+    const QString part1 = QDir(folder).filePath(name);
+    const QString part2 = QDir(folder).filePath(stem + QStringLiteral("-002.CSV"));
+    const QString part3 = QDir(folder).filePath(stem + QStringLiteral("-003.CSV"));
+    const QStringList labels1 = labelsIn(part1);
+    const QStringList labels2 = labelsIn(part2);
+    const QStringList labels3 = labelsIn(part3);
+    EXPECT_EQ(labels1.size(), 3) << labels1.join(u' ').toStdString();
+    EXPECT_EQ(labels2.size(), 3) << labels2.join(u' ').toStdString();
+    EXPECT_EQ(labels3.size(), 2) << labels3.join(u' ').toStdString();
+    EXPECT_TRUE(oneSecondApart(labels1 + labels2 + labels3)) << (labels1 + labels2 + labels3).join(u' ').toStdString();
+    EXPECT_FALSE(QFile::exists(QDir(folder).filePath(stem + QStringLiteral("-004.CSV"))));
+
+    // Only the windows of the last two parts are open, titled with their files; the last
+    // part's is the active one. No message box came up.
+    const QList<DataDocument*> open = window->openDocuments();
+    ASSERT_EQ(open.size(), 2);
+    QStringList titles;
+    for (DataDocument* document : open)
+        titles << window->windowOf(document)->windowTitle();
+    titles.sort();
+    EXPECT_EQ(titles, (QStringList{part2, part3})) << titles.join(u'|').toStdString();
+    EXPECT_EQ(window->activeDocument()->GetFilename(), part3);
+    EXPECT_EQ(prompter.messages.size(), 1); // the forwarding question only
+    auto* msg = window->findChild<QLabel*>(QStringLiteral("Msg"));
+    ASSERT_TRUE(msg);
+    EXPECT_TRUE(msg->text().contains(QStringLiteral("3 parts"))) << msg->text().toStdString();
+}
+
+TEST_F(MainWindowTest, StopInTheMiddleOfPartTwoSavesBothParts)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    FiveTimesClock clock;
+    window->realtime().setClock(&clock);
+    window->realtime().setDocumentLimit(3);
+    const QString folder = home.filePath(QStringLiteral("stopped"));
+    ASSERT_TRUE(QDir().mkpath(folder));
+
+    answerIntervalDialogContinuing(QString()); // no period: until Stop
+    ASSERT_TRUE(click("New"));
+    DataDocument* first = window->activeDocument();
+    ASSERT_TRUE(first);
+    const QString name = ContinuedRecording::firstFileName(*first);
+    prompter.answers = {PromptAnswer::No};
+    prompter.fileNames = {folder};
+    ASSERT_TRUE(click("Start"));
+    ASSERT_TRUE(test::waitFor(
+        [&] {
+            const DataDocument* running = programState().RealtimeDoc;
+            return running && running != first && running->GetDatacount() >= 1;
+        },
+        std::chrono::seconds(30)));
+    ASSERT_TRUE(click("Stop"));
+    ASSERT_TRUE(waitUntilIdle());
+
+    const QString part1 = QDir(folder).filePath(name);
+    const QString part2 = QDir(folder).filePath(name.chopped(4) + QStringLiteral("-002.CSV"));
+    const QStringList labels1 = labelsIn(part1);
+    const QStringList labels2 = labelsIn(part2);
+    EXPECT_EQ(labels1.size(), 3);
+    EXPECT_GE(labels2.size(), 1);
+    EXPECT_LE(labels2.size(), 2); // Stop is honoured at the next second
+    EXPECT_TRUE(oneSecondApart(labels1 + labels2)) << (labels1 + labels2).join(u' ').toStdString();
+    EXPECT_FALSE(QFile::exists(QDir(folder).filePath(name.chopped(4) + QStringLiteral("-003.CSV"))));
+    // Both parts' windows stay open (the running one and the one before it), both saved.
+    const QList<DataDocument*> open = window->openDocuments();
+    ASSERT_EQ(open.size(), 2);
+    for (DataDocument* document : open)
+        EXPECT_TRUE(document->isUnchanged()) << document->GetFilename().toStdString();
 }

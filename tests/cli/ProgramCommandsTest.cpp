@@ -86,15 +86,15 @@ TEST_F(ProgramCommandsTest, AFullDocumentIsSavedAndTheRecordingGoesOnInTheNextFi
     const QStringList printed = textLines(r.out);
     ASSERT_EQ(printed.size(), 7) << r.out.toStdString();
 
-    const QString second = path(QStringLiteral("rec-0002.csv"));
-    const QString third = path(QStringLiteral("rec-0003.csv"));
+    const QString second = path(QStringLiteral("rec-002.csv"));
+    const QString third = path(QStringLiteral("rec-003.csv"));
     const QStringList first = dataFileRows(file);
     const QStringList middle = dataFileRows(second);
     const QStringList last = dataFileRows(third);
     EXPECT_EQ(first, printed.mid(0, 3));
     EXPECT_EQ(middle, printed.mid(3, 3));
     EXPECT_EQ(last, printed.mid(6, 1));
-    EXPECT_FALSE(QFile::exists(path(QStringLiteral("rec-0004.csv"))));
+    EXPECT_FALSE(QFile::exists(path(QStringLiteral("rec-004.csv"))));
     // Timing goes on across the files: each first row is the next sample.
     expectConsecutive(first + middle + last, 1);
 
@@ -115,7 +115,7 @@ TEST_F(ProgramCommandsTest, WithoutContinueAFullDocumentEndsTheRecording)
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
     EXPECT_EQ(textLines(r.out).size(), 2);
     EXPECT_EQ(dataFileRows(file), textLines(r.out));
-    EXPECT_FALSE(QFile::exists(path(QStringLiteral("once-0002.csv"))));
+    EXPECT_FALSE(QFile::exists(path(QStringLiteral("once-002.csv"))));
 }
 
 TEST_F(ProgramCommandsTest, AFileWithoutExtensionGetsItsNumberAtTheEnd)
@@ -131,45 +131,45 @@ TEST_F(ProgramCommandsTest, AFileWithoutExtensionGetsItsNumberAtTheEnd)
     const QStringList printed = textLines(r.out);
     ASSERT_EQ(printed.size(), 4);
     EXPECT_EQ(dataFileRows(file), printed.mid(0, 2));
-    EXPECT_EQ(dataFileRows(path(QStringLiteral("plain-0002"))), printed.mid(2, 2));
-    EXPECT_FALSE(QFile::exists(path(QStringLiteral("plain-0003"))));
+    EXPECT_EQ(dataFileRows(path(QStringLiteral("plain-002"))), printed.mid(2, 2));
+    EXPECT_FALSE(QFile::exists(path(QStringLiteral("plain-003"))));
 }
 
-TEST_F(ProgramCommandsTest, AContinuedRecordingKilledHardLosesNothing)
+TEST_F(ProgramCommandsTest, AContinuedRecordingKilledHardInPartTwoLosesNothing)
 {
-    // Killed after the first document was saved: the saved files and the journal of the
-    // document being recorded hold every printed row, each once.
+    // Three readings a part; killed once the fourth row was printed, in the middle of part
+    // 2: part 1 is on the disk, and restoring the journal gives back part 2's rows.
     const QString file = path(QStringLiteral("long.csv"));
     QProcess p;
     QString out;
     ASSERT_TRUE(startUntilLines(p, cliProgram(),
                                 {QStringLiteral("--simulate"), QStringLiteral("record"), QStringLiteral("--interval"),
                                  QStringLiteral("1"), QStringLiteral("--continue"), QStringLiteral("--document-limit"),
-                                 QStringLiteral("2"), QStringLiteral("--out"), file},
-                                m_home, 3, out));
+                                 QStringLiteral("3"), QStringLiteral("--out"), file},
+                                m_home, 4, out));
     p.kill(); // SIGKILL: no handler, no cleanup
     ASSERT_TRUE(p.waitForFinished(15000));
     out += QString::fromUtf8(p.readAllStandardOutput());
     const QStringList printed = textLines(out);
+    ASSERT_GE(printed.size(), 4);
+    ASSERT_LE(printed.size(), 5); // part 2 was not full yet
 
-    QStringList saved;
-    for (int n = 1; QFile::exists(n == 1 ? file : path(QStringLiteral("long-%1.csv").arg(n, 4, 10, QLatin1Char('0')))); ++n) {
-        const QStringList rows = dataFileRows(n == 1 ? file : path(QStringLiteral("long-%1.csv").arg(n, 4, 10, QLatin1Char('0'))));
-        EXPECT_EQ(rows.size(), 2); // only full documents were saved
-        saved += rows;
-    }
-    ASSERT_GE(saved.size(), 2);
-    ASSERT_FALSE(journals().isEmpty());
+    const QStringList part1 = dataFileRows(file);
+    EXPECT_EQ(part1, printed.mid(0, 3));
+    EXPECT_FALSE(QFile::exists(path(QStringLiteral("long-002.csv"))));
+    const QStringList left = QDir(m_home).entryList({QStringLiteral("RECORDING-*.JNL")}, QDir::Files);
+    ASSERT_EQ(left.size(), 1) << left.join(u' ').toStdString(); // part 1's went with its save
 
     const QString rescued = path(QStringLiteral("rescued.csv"));
     const CliOutcome r = run({QStringLiteral("recover"), QStringLiteral("--out"), rescued});
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    const QStringList all = saved + dataFileRows(rescued);
-    // At most the row in flight when the process died was recorded and not printed.
-    ASSERT_GE(all.size(), printed.size());
-    EXPECT_LE(all.size(), printed.size() + 1);
-    EXPECT_EQ(all.mid(0, printed.size()), printed);
-    expectConsecutive(all, 1);
+    const QStringList part2 = dataFileRows(rescued);
+    // Every printed row of part 2; at most the row in flight when the process died was
+    // recorded and not printed.
+    ASSERT_GE(part2.size(), printed.size() - 3);
+    EXPECT_LE(part2.size(), printed.size() - 3 + 1);
+    EXPECT_EQ(part2.mid(0, printed.size() - 3), printed.mid(3));
+    expectConsecutive(part1 + part2, 1);
     EXPECT_TRUE(journals().isEmpty()) << journals().join(u' ').toStdString();
 }
 
@@ -193,6 +193,34 @@ TEST_F(ProgramCommandsTest, ARecordingIsForwardedToANewWorkbook)
     ASSERT_EQ(sheetNames(workbook), QStringList{QStringLiteral("Sheet1")});
     expectForwardedSheet(sheetNamed(workbook, QStringLiteral("Sheet1")),
                          contentFor(QStringLiteral("Bench supply"), printed, file));
+    EXPECT_TRUE(journals().isEmpty());
+}
+
+TEST_F(ProgramCommandsTest, AContinuedRecordingForwardsEachFileToASheetOfItsOwn)
+{
+    // 3 readings a document, 7 samples: three files, three sheets of one workbook.
+    const QString file = path(QStringLiteral("parts.csv"));
+    const QString book = path(QStringLiteral("parts.xlsx"));
+    const CliOutcome r = run({QStringLiteral("--simulate"), QStringLiteral("record"), QStringLiteral("--interval"),
+                              QStringLiteral("1"), QStringLiteral("--period"), QStringLiteral("6"),
+                              QStringLiteral("--continue"), QStringLiteral("--document-limit"), QStringLiteral("3"),
+                              QStringLiteral("--out"), file, QStringLiteral("--xlsx"), book, QStringLiteral("--title"),
+                              QStringLiteral("Long run")});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    const QStringList printed = textLines(r.out);
+    ASSERT_EQ(printed.size(), 7);
+    const QStringList files = {file, path(QStringLiteral("parts-002.csv")), path(QStringLiteral("parts-003.csv"))};
+    const QList<QStringList> rows = {printed.mid(0, 3), printed.mid(3, 3), printed.mid(6, 1)};
+    EXPECT_TRUE(r.err.contains(QStringLiteral("The workbook %1 was written.").arg(QDir::toNativeSeparators(book))))
+        << r.err.toStdString();
+
+    const QJsonObject workbook = describeWorkbook(book);
+    const QStringList sheets = {QStringLiteral("Sheet1"), QStringLiteral("Sheet2"), QStringLiteral("Sheet3")};
+    ASSERT_EQ(sheetNames(workbook), sheets);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(dataFileRows(files[i]), rows[i]) << i;
+        expectForwardedSheet(sheetNamed(workbook, sheets[i]), contentFor(QStringLiteral("Long run"), rows[i], files[i]));
+    }
     EXPECT_TRUE(journals().isEmpty());
 }
 

@@ -56,8 +56,6 @@ TEST(UsageErrors, EveryCommandEndsWithTwo)
         {QStringLiteral("record"), I, QStringLiteral("0"), O, out},
         {QStringLiteral("record"), I, QStringLiteral("00:00:00:60"), O, out},
         {QStringLiteral("record"), I, QStringLiteral("5"), QStringLiteral("--period"), QStringLiteral("0"), O, out},
-        {QStringLiteral("record"), I, QStringLiteral("5"), O, out, QStringLiteral("--continue"), QStringLiteral("--xlsx"), book},
-        {QStringLiteral("record"), I, QStringLiteral("5"), O, out, QStringLiteral("--continue"), QStringLiteral("--into"), book},
         {QStringLiteral("record"), I, QStringLiteral("5"), O, out, QStringLiteral("--document-limit"), QStringLiteral("0")},
         {QStringLiteral("record"), I, QStringLiteral("5"), O, out, QStringLiteral("--document-limit"), QStringLiteral("32768")},
         {QStringLiteral("record"), I, QStringLiteral("5"), O, out, QStringLiteral("--document-limit"), QStringLiteral("x")},

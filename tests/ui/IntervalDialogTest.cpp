@@ -8,11 +8,13 @@
 #include "resources/Constant.h"
 #include "support/ScriptedPrompter.h"
 
+#include <QCheckBox>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTest>
 
 #include <memory>
 
@@ -220,4 +222,33 @@ TEST_F(IntervalDialogTest, CancelChangesNothing)
     EXPECT_EQ(doc.GetInterval(), interval);
     EXPECT_FALSE(doc.GetPeriodnone());
     EXPECT_EQ(doc.GetPeriodcount(), 7200);
+}
+
+TEST_F(IntervalDialogTest, TheContinueOptionIsOffUntilClickedAndBelongsToTheDocument)
+{
+    open();
+    auto* option = child<QCheckBox>("chkContinue");
+    ASSERT_TRUE(option);
+    EXPECT_EQ(option->text(), ContinueWhenFullText);
+    EXPECT_FALSE(option->isChecked()); // a full document ends the recording unless chosen
+    QTest::mouseClick(option, Qt::LeftButton);
+    EXPECT_TRUE(option->isChecked());
+    setInterval("00", "00", "00", "01");
+    ok();
+    EXPECT_EQ(dialog->result(), QDialog::Accepted);
+    EXPECT_TRUE(doc.continueWhenFull());
+
+    // Shown ticked when the dialog opens again; Cancel keeps it.
+    open();
+    option = child<QCheckBox>("chkContinue");
+    EXPECT_TRUE(option->isChecked());
+    QTest::mouseClick(option, Qt::LeftButton);
+    child<QPushButton>("btCancel")->click();
+    EXPECT_TRUE(doc.continueWhenFull());
+
+    // Unticked and OK: off again.
+    open();
+    QTest::mouseClick(child<QCheckBox>("chkContinue"), Qt::LeftButton);
+    ok();
+    EXPECT_FALSE(doc.continueWhenFull());
 }
