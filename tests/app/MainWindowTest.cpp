@@ -1359,6 +1359,20 @@ void answerIntervalDialogContinuing(const QString& periodSeconds)
     });
 }
 
+// With QUVO_PART_WINDOWS_SHOTS set to a folder, a picture of the main window goes there to
+// be looked at.
+void saveLook(const QString& name)
+{
+    const QString folder = qEnvironmentVariable("QUVO_PART_WINDOWS_SHOTS");
+    if (folder.isEmpty())
+        return;
+    QDir().mkpath(folder);
+    for (QWidget* top : QApplication::topLevelWidgets()) {
+        if (top->objectName() == QLatin1String("frmMain") && top->isVisible())
+            top->grab().save(QDir(folder).filePath(name + QStringLiteral(".png")));
+    }
+}
+
 // The time labels of a data file's rows.
 QStringList labelsIn(const QString& path)
 {
@@ -1456,6 +1470,7 @@ TEST_F(MainWindowTest, StopInTheMiddleOfPartTwoSavesBothParts)
     FiveTimesClock clock;
     window->realtime().setClock(&clock);
     window->realtime().setDocumentLimit(3);
+    window->resize(1400, 900);
     const QString folder = home.filePath(QStringLiteral("stopped"));
     ASSERT_TRUE(QDir().mkpath(folder));
 
@@ -1473,8 +1488,16 @@ TEST_F(MainWindowTest, StopInTheMiddleOfPartTwoSavesBothParts)
             return running && running != first && running->GetDatacount() >= 1;
         },
         std::chrono::seconds(30)));
+    // Part 2 is recorded in the active window; part 1's, saved, stays open beside it.
+    ASSERT_EQ(window->openDocuments().size(), 2);
+    EXPECT_EQ(window->activeDocument(), programState().RealtimeDoc);
+    EXPECT_EQ(window->windowOf(programState().RealtimeDoc)->windowTitle(),
+              ContinuedRecording::recordingTitle(name.chopped(4) + QStringLiteral("-002.CSV"), 2));
+    EXPECT_EQ(window->windowOf(first)->windowTitle(), QDir(folder).filePath(name));
+    saveLook(QStringLiteral("parts-recording"));
     ASSERT_TRUE(click("Stop"));
     ASSERT_TRUE(waitUntilIdle());
+    saveLook(QStringLiteral("parts-stopped"));
 
     const QString part1 = QDir(folder).filePath(name);
     const QString part2 = QDir(folder).filePath(name.chopped(4) + QStringLiteral("-002.CSV"));
