@@ -11,3 +11,13 @@ if(UNIX AND TARGET publish_test_support)
 elseif(UNIX)
   message(STATUS "acquisition_bench needs the test support (QUVO_BUILD_TESTS): not built")
 endif()
+
+# A recording of days on a clock the benchmark moves: memory and CPU across many full
+# documents (recording_soak_bench.cpp).
+if(UNIX)
+  add_executable(recording_soak_bench ${CMAKE_CURRENT_LIST_DIR}/recording_soak_bench.cpp)
+  target_link_libraries(recording_soak_bench PRIVATE quvo_acquisition Qt6::Core)
+  target_compile_definitions(recording_soak_bench PRIVATE QUVO_METERSIM_PATH="$<TARGET_FILE:quvolink-metersim>")
+  add_dependencies(recording_soak_bench quvolink-metersim)
+  quvo_warnings(recording_soak_bench)
+endif()
