@@ -1514,3 +1514,48 @@ TEST_F(MainWindowTest, StopInTheMiddleOfPartTwoSavesBothParts)
     for (DataDocument* document : open)
         EXPECT_TRUE(document->isUnchanged()) << document->GetFilename().toStdString();
 }
+
+TEST_F(MainWindowTest, PartsThatCannotBeSavedStayOpenAreReportedAndKeepTheirJournals)
+{
+    Meter meter;
+    ASSERT_TRUE(meter.started);
+    load(meter.thread.devicePath());
+    FiveTimesClock clock;
+    window->realtime().setClock(&clock);
+    window->realtime().setDocumentLimit(3);
+    const QString folder = home.filePath(QStringLiteral("stick"));
+    ASSERT_TRUE(QDir().mkpath(folder));
+
+    answerIntervalDialogContinuing(QStringLiteral("7")); // 8 readings: 3 + 3 + 2
+    ASSERT_TRUE(click("New"));
+    prompter.answers = {PromptAnswer::No};
+    prompter.fileNames = {folder};
+    ASSERT_TRUE(click("Start"));
+    ASSERT_EQ(programState().CommState, CommStates::Realtime);
+    ASSERT_TRUE(QDir(folder).removeRecursively()); // the stick is pulled once the recording runs
+    ASSERT_TRUE(waitUntilIdle(std::chrono::seconds(30)));
+    EXPECT_EQ(window->realtime().lastEnd(), RealtimeEnd::PeriodOver); // a failed save did not end it
+    QApplication::processEvents(); // the message boxes come once the second's work is done
+
+    // Each part was reported in a message box, and none of them was lost: every part's
+    // window is still open with its rows, and its journal is on the disk.
+    const QStringList texts = prompter.messageTexts();
+    ASSERT_EQ(texts.size(), 4) << texts.join(u'|').toStdString(); // the forwarding question and three parts
+    for (int part = 1; part <= 3; ++part)
+        EXPECT_TRUE(texts[part].startsWith(QStringLiteral("Part %1 of the recording could not be saved").arg(part)))
+            << texts[part].toStdString();
+    const QList<DataDocument*> open = window->openDocuments();
+    ASSERT_EQ(open.size(), 3);
+    int rows = 0;
+    QStringList titles;
+    for (DataDocument* document : open) {
+        rows += document->GetDatacount();
+        titles << window->windowOf(document)->windowTitle();
+    }
+    EXPECT_EQ(rows, 8);
+    titles.sort();
+    for (const QString& title : titles)
+        EXPECT_TRUE(title.endsWith(QStringLiteral("not saved)"))) << title.toStdString();
+    EXPECT_EQ(QDir(home.path()).entryList({QStringLiteral("RECORDING-*.JNL")}, QDir::Files).size(), 3);
+    EXPECT_FALSE(QDir(folder).exists()); // nothing half-written in its place
+}
