@@ -30,6 +30,11 @@
 // StopButton(); when the Realtime or Monitor menu drops down, RealtimeMenuOnDropDown or
 // MoniterMenuOnDropDown says what to enable; after a successful save of a realtime document
 // it calls releaseJournal(document) (a closed, destroyed document is handled here).
+//
+// A document whose continueWhenFull option is on goes on in a new document when full: at
+// Start the host's beginContinuedRecording sets up the parts (RecordingParts, which installs
+// the document-full handler below), and when the recording ends endContinuedRecording is
+// given the document it ended in. With forwarding, each document gets a sheet of its own.
 
 #include "acquisition/CommandHost.h"
 #include "acquisition/ReadingObserver.h"
