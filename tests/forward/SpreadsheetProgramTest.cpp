@@ -2,7 +2,7 @@
 // (LibreOffice Calc, headless): a new workbook; a sheet added to workbooks made by
 // openpyxl, by libxlsxwriter and by LibreOffice itself (formulas, several sheets, a chart of
 // its own, no theme part); a realtime recording; a SAVE-mode memory with empty slots; one
-// row; a full document of 32767 rows.
+// row; a full document of 32767 rows; a recording in three parts, a sheet for each.
 //
 // For each: the program opens it without complaint, shows every value of the new sheet,
 // keeps the results of the old sheets' formulas, opens the workbook on the new sheet, and
@@ -40,6 +40,7 @@
 #include <map>
 #include <memory>
 #include <ostream>
+#include <vector>
 
 inline void PrintTo(const QString& text, std::ostream* os)
 {
@@ -177,6 +178,32 @@ void forwardRecording(DataDocument& doc, const QString& file, const QString& tit
     EXPECT_EQ(wired.connector.writtenFiles(), QStringList{file});
 }
 
+// A recording that went on in new documents when each was full, forwarded as it ran: each
+// document on a sheet of its own in one new workbook at `file`.
+void forwardRecordingInParts(const std::vector<DataDocument*>& parts, const QString& file, const QString& title,
+                             test::ScriptedPrompter& prompter)
+{
+    WiredEngine wired(file, prompter);
+    ProgramState& state = programState();
+    state.ExcelFile.clear();
+    state.ExcelTitle = title;
+    state.RealtimeDoc = parts.front();
+    state.NoForward = false;
+    ASSERT_TRUE(wired.engine.BeginRealtimeForward());
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (i > 0) {
+            ASSERT_TRUE(wired.engine.nextRealtimeSheet()); // the full part's sheet finished
+            state.RealtimeDoc = parts[i];
+        }
+        DataDocument& doc = *parts[i];
+        for (int row = 1; row <= doc.GetDatacount(); ++row)
+            ASSERT_TRUE(wired.engine.AppendRealtimeRow(doc.TextMatrix(row, 1), doc.TextMatrix(row, 2), doc.TextMatrix(row, 3)));
+    }
+    wired.engine.EndRealtimeForward();
+    state.RealtimeDoc = nullptr;
+    EXPECT_EQ(wired.connector.writtenFiles(), QStringList{file});
+}
+
 class SpreadsheetProgramTest : public ::testing::Test {
 protected:
     struct Suite {
@@ -257,6 +284,19 @@ protected:
         addNew(QStringLiteral("save"), *saveMemory(), QStringLiteral("Memory"), 150, false);
         addNew(QStringLiteral("one-row"), *recording(1), QStringLiteral("One"), 20, false); // a single marker
         addNew(QStringLiteral("full"), *fullDocument(), QStringLiteral("Full document"), 100, false);
+        {
+            // A recording in three parts: a sheet for each, one workbook.
+            const std::unique_ptr<DataDocument> parts[] = {recording(20), recording(25), recording(12)};
+            const QString file = s->path(QStringLiteral("parts.xlsx"));
+            forwardRecordingInParts({parts[0].get(), parts[1].get(), parts[2].get()}, file, QStringLiteral("Week"), prompter);
+            for (int i = 0; i < 3; ++i) {
+                Kind kind;
+                kind.file = file;
+                kind.newSheet = QStringLiteral("Sheet%1").arg(i + 1);
+                kind.content = contentOf(*parts[i], QStringLiteral("Week"));
+                s->kinds[QStringLiteral("parts-%1").arg(i + 1)] = kind;
+            }
+        }
         if (!prompter.messages.isEmpty()) {
             s->log = prompter.messageTexts().join(QLatin1Char('\n'));
             return;
@@ -271,6 +311,8 @@ protected:
             if (name != QStringLiteral("full"))
                 small.append(kind.file);
         }
+        all.removeDuplicates(); // the parts of one recording share a workbook
+        small.removeDuplicates();
         const struct {
             QStringList files;
             QString target;
@@ -463,6 +505,18 @@ TEST_F(SpreadsheetProgramTest, RealtimeRecording)
     expectValuesShown(kind);
     expectOpenedOnTheNewSheet(kind);
     expectChartDrawn(kind);
+}
+
+TEST_F(SpreadsheetProgramTest, RealtimeRecordingInPartsShowsEachPartOnASheetWithItsChart)
+{
+    const QString pdf = s->path(QStringLiteral("pages/parts.pdf"));
+    ASSERT_EQ(test::pageCount(pdf), 3);
+    for (int part = 1; part <= 3; ++part) {
+        const Kind& kind = s->kinds.at(QStringLiteral("parts-%1").arg(part));
+        SCOPED_TRACE(kind.newSheet.toStdString());
+        expectValuesShown(kind); // its own rows and its own MAX, MIN and AVG
+        expectChartOnPage(pdf, part, 100);
+    }
 }
 
 TEST_F(SpreadsheetProgramTest, SaveModeMemoryWithEmptySlotsNeverLooksEmpty)
