@@ -133,8 +133,11 @@ frmMain::frmMain(QWidget* parent)
 
 frmMain::~frmMain()
 {
-    // The child windows go first, while the meter operations they report to still exist.
+    // The child windows go first, while the meter operations they report to still exist,
+    // and each on its own while the area is whole: a closing document asks for the active
+    // one, which a half-destroyed area cannot answer.
     disconnect(m_mdi, nullptr, this, nullptr);
+    qDeleteAll(m_mdi->subWindowList());
     delete m_mdi;
     m_mdi = nullptr;
 }
