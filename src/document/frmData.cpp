@@ -574,14 +574,28 @@ void frmData::showJudgePanel()
     StatusPanel* judge = panel(QStringLiteral("Judge"));
     if (!judge || judge->isHidden() != shown)
         return;
+    const int wholeTextsBefore = twipsToPixels(defaultWidthTwips(), logicalDpiX());
     judge->setHidden(!shown);
     if (auto* caption = judge->parentWidget()->findChild<QLabel*>(QStringLiteral("JudgeCaption")))
         caption->setHidden(!shown);
     fitPanels();
-    // A window not shown yet opens wide enough for the counts.
+    // A window not shown yet opens wide enough for the counts; a shown one that had room for
+    // every status text grows by what the counts take, so that MAX keeps its whole text.
     if (!isVisible())
         m_document->setNormalSize(static_cast<float>(defaultWidthTwips()), m_document->windowHeight());
+    else if (shown)
+        widenFor(twipsToPixels(defaultWidthTwips(), logicalDpiX()) - wholeTextsBefore, wholeTextsBefore);
     relayout();
+}
+
+void frmData::widenFor(int growth, int roomyWidth)
+{
+    QWidget* target = m_frame ? m_frame.data() : (isWindow() ? this : nullptr);
+    if (growth <= 0 || !target || width() < roomyWidth
+        || (target->windowState() & (Qt::WindowMinimized | Qt::WindowMaximized)))
+        return; // a window the person made narrow, or one that fills its area, stays as it is
+    const int widest = std::max(target->width(), roomForWindow().width());
+    target->resize(std::min(target->width() + growth, widest), target->height());
 }
 
 void frmData::onPanelTextChanged(const QString& key, const QString& text)

@@ -114,6 +114,9 @@ private:
     void build();
     void fitPanels();
     QSize roomForWindow() const;
+    // Makes the window `growth` pixels wider, within the room it has, when it is at least
+    // `roomyWidth` wide and neither minimised nor maximised.
+    void widenFor(int growth, int roomyWidth);
     void watchFrame();
     void relayout();
     void onGridReset();

@@ -16,7 +16,10 @@
 #include <QHeaderView>
 #include <QImage>
 #include <QLabel>
+#include <QMdiSubWindow>
+#include <QMdiArea>
 #include <QTableView>
+#include <QTest>
 
 #include <memory>
 
@@ -141,6 +144,54 @@ TEST_F(LimitsWindowTest, TheJudgePanelCountsTheRowsAndIsShownOnlyWithLimits)
 
     doc->setLimits(Limits{});
     EXPECT_FALSE(judge->isVisible());
+}
+
+TEST_F(LimitsWindowTest, LimitsSetOnAShownWindowLeaveTheStatisticsWhole)
+{
+    // A document window of the default size in a document area, as the program shows one.
+    // Megohm readings give MAX, MIN and AVG texts about as wide as any; the default size
+    // shows them whole.
+    QMdiArea area;
+    area.resize(2000, 1200);
+    auto* shown = new frmData;
+    QMdiSubWindow* frame = area.addSubWindow(shown);
+    area.show();
+    frame->show();
+    DataDocument* document = shown->document();
+    document->OpenNew(DataKinds::Realtime);
+    for (int i = 1; i <= 6; ++i) {
+        ASSERT_TRUE(document->AddGridrow());
+        const QString value = QStringLiteral("-9999.%1E+6").arg(i);
+        document->AddRealtimedata(QStringLiteral("10:00:0%1").arg(i), value, QStringLiteral("OHM"), true, value);
+    }
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&area));
+    const auto whole = [&](const char* key) { return !shown->panel(QString::fromLatin1(key))->isElided(); };
+    ASSERT_TRUE(waitFor([&] { return whole("Max") && whole("Min") && whole("Avg"); }))
+        << shown->panel(QStringLiteral("Max"))->shownText().toStdString();
+    const int widthBefore = shown->width();
+
+    Limits limits;
+    limits.upper = -9999.2e6;
+    limits.unit = QStringLiteral("OHM");
+    document->setLimits(limits);
+    ASSERT_TRUE(waitFor([&] { return shown->panel(QStringLiteral("Judge"))->isVisible(); }));
+    EXPECT_GT(shown->width(), widthBefore);
+    EXPECT_TRUE(waitFor([&] { return whole("Max") && whole("Min") && whole("Avg") && whole("Judge"); }))
+        << shown->panel(QStringLiteral("Max"))->shownText().toStdString();
+}
+
+TEST_F(LimitsWindowTest, AWindowMadeNarrowStaysNarrowWhenLimitsAreSet)
+{
+    addRamp();
+    window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    window->resize(window->minimumWidth() + 40, window->height());
+    ASSERT_TRUE(waitFor([&] { return window->width() == window->minimumWidth() + 40; }));
+    const int narrow = window->width();
+    doc->setLimits(twoToFiveVolts());
+    ASSERT_TRUE(waitFor([&] { return window->panel(QStringLiteral("Judge"))->isVisible(); }));
+    // Only as much wider as the counts' own least room asks, never to the default width.
+    EXPECT_EQ(window->width(), std::max(window->minimumWidth(), narrow));
 }
 
 TEST_F(LimitsWindowTest, RowsOutOfLimitsAreMarkedInEveryCell)
