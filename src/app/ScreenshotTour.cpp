@@ -7,6 +7,7 @@
 #include "app/Settings.h"
 #include "app/frmMain.h"
 #include "app/frmSplash.h"
+#include "document/ChartColours.h"
 #include "document/ChartExport.h"
 #include "document/ChartView.h"
 #include "document/DataDocument.h"
@@ -495,9 +496,18 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
     const QString high = sim::readingLine(QStringLiteral("RR"), reading);
     monitor->SetData(answer + sim::checkCharacter(answer));
     monitor->SetData(high + sim::checkCharacter(high));
-    if (auto* frame = qobject_cast<QMdiSubWindow*>(window->parentWidget()))
+    QWidget* monitorFrame = monitor->frame();
+    const QPoint monitorPlace = monitorFrame ? monitorFrame->pos() : QPoint();
+    if (auto* frame = qobject_cast<QMdiSubWindow*>(window->parentWidget())) {
         mainWindow.mdiArea()->setActiveSubWindow(frame);
+        // The Monitor below the document, where the picture shows its comparator lit.
+        if (monitorFrame && monitorFrame->parentWidget() == frame->parentWidget())
+            monitorFrame->move(frame->geometry().right() - monitorFrame->width(), frame->geometry().bottom() + 4);
+        settle();
+    }
     ok &= save(&mainWindow, folder, QStringLiteral("main-window-limits"));
+    if (monitorFrame)
+        monitorFrame->move(monitorPlace);
     ok &= save(window, folder, QStringLiteral("data-window-limits"));
     ok &= save(monitor->frame(), folder, QStringLiteral("monitor-limits"));
     mainWindow.useLimits(Limits{});
@@ -510,7 +520,10 @@ int runScreenshotTour(frmMain& mainWindow, const QString& folder)
         frame->close();
     mainWindow.setPrompter(nullptr);
     settle();
-    ok &= runReadmeTour(mainWindow, folder);
+    // The README's tour is pictured once, as most desktops show it: at the normal scale and
+    // in light colours.
+    if (qApp->devicePixelRatio() == 1.0 && !isDarkPalette(qApp->palette()))
+        ok &= runReadmeTour(mainWindow, folder);
 
     mainWindow.setPrompter(&discarding);
     mainWindow.close();
